@@ -1,0 +1,60 @@
+# Vellmar 2: `make demo` runs the editor on the reference server, `make test` runs every test.
+# Both install what is missing first (scripts/setup).
+
+SHELL := /bin/bash
+export NODE_PATH := /usr/share/nodejs
+
+JOBS ?= $(shell nproc)
+PORT ?= 8080
+HOST ?= 127.0.0.1
+DATA ?= data
+FUZZ_SECONDS ?= 30
+
+NATIVE := build/native
+WEB := build/web
+FUZZ := build/fuzz
+
+.PHONY: all setup build native web test test-native test-browser demo fuzz bench clean
+
+all: build
+
+setup:
+	@scripts/setup
+
+build: setup native web
+
+native:
+	@cmake -S . -B $(NATIVE) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	@cmake --build $(NATIVE) -j $(JOBS)
+
+web:
+	@emcmake cmake -S . -B $(WEB) -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(WEB) -j $(JOBS)
+
+test: build
+	@$(MAKE) --no-print-directory test-native test-browser
+
+test-native:
+	@ctest --test-dir $(NATIVE) --output-on-failure -j $(JOBS)
+
+test-browser:
+	@node --test --test-concurrency=2 tests/browser/
+
+demo: build
+	@echo "Demo page: http://$(HOST):$(PORT)/  (Ctrl-C stops the server)"
+	@$(NATIVE)/server/vellmar-server --host $(HOST) --port $(PORT) --data $(DATA)
+
+fuzz: setup
+	@CXX=clang++ cmake -S . -B $(FUZZ) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELLMAR_FUZZ=ON >/dev/null
+	@cmake --build $(FUZZ) -j $(JOBS) --target fuzz_all
+	@set -e; for f in $(FUZZ)/tests/fuzz/fuzz_*; do \
+	  echo "== $$f ($(FUZZ_SECONDS) s)"; \
+	  mkdir -p $(FUZZ)/corpus/$$(basename $$f); \
+	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $(FUZZ)/corpus/$$(basename $$f) 2>&1 | tail -4; \
+	done
+
+bench: native
+	@for b in $(NATIVE)/bench/bench_*; do echo "== $$b"; $$b; done
+
+clean:
+	rm -rf build

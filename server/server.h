@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace vellmar::server {
+
+struct Options {
+  std::string host = "127.0.0.1";
+  int port = 8080;
+  std::filesystem::path dataDir = "data";
+  std::filesystem::path webDir;   // the browser build: vellmar.js, vellmar.wasm, vellmar.css
+  std::filesystem::path demoDir;  // demo pages and their assets
+};
+
+// The reference server: serves the component under /vellmar/, the demo page at / and the
+// server scripts under /cms/. One instance owns one listening socket.
+class ReferenceServer {
+ public:
+  explicit ReferenceServer(Options options);
+  ~ReferenceServer();
+  ReferenceServer(const ReferenceServer&) = delete;
+  ReferenceServer& operator=(const ReferenceServer&) = delete;
+
+  // Prepares the data folder and binds the socket. Returns an empty string on success, otherwise
+  // a one-line reason fit for the operator.
+  std::string start();
+  // Serves until stop() is called (from a signal handler's thread or another thread).
+  void run();
+  void stop();
+  int boundPort() const;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// Parses the command line; on failure returns false with a one-line message in `error`.
+bool parseOptions(int argc, char** argv, Options& options, std::string& error);
+
+}  // namespace vellmar::server

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <emscripten/val.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vellmar::browser {
+
+using emscripten::val;
+
+// The `<param name=... value=...>` children of an editor element, in document order. This is the
+// property bag the control restores from; names keep the spelling of the page.
+std::vector<std::pair<std::string, std::string>> readParams(const val& element);
+
+// One editor on the page: the element the page placed (`<object type="application/x-vellmar">` or
+// `<vellmar-editor>`), the shadow root that keeps the page's styles and the editor's apart, and the
+// control behind them. The loader maps the page's life onto these entry points: the constructor
+// when the element is found, show() once it is connected and laid out, resize() on every size
+// change, hide() when it is removed or hidden.
+class ElementHost {
+ public:
+  explicit ElementHost(val element);
+  ~ElementHost();
+  ElementHost(const ElementHost&) = delete;
+  ElementHost& operator=(const ElementHost&) = delete;
+
+  void show();
+  void hide();
+  void resize(double width, double height);
+
+  // The element's public interface (the loader defines a JavaScript property per name).
+  val getProperty(const std::string& name) const;
+  void setProperty(const std::string& name, const val& value);
+  std::string getContent(int contentType);
+  std::string getBodyHTML();
+  // The ordered (key, value) pairs a save of the properties writes, as [[key, value], ...].
+  val writeProperties();
+
+  // Dispatches a DOM event on the element; `detail` becomes the CustomEvent's detail.
+  void raiseEvent(const std::string& type, const val& detail) const;
+
+  const val& element() const { return element_; }
+  const val& surface() const { return surface_; }
+  double width() const { return width_; }
+  double height() const { return height_; }
+
+ private:
+  val element_;
+  val root_ = val::undefined();     // the shadow root
+  val surface_ = val::undefined();  // the control's own box inside the shadow root
+  double width_ = 0;
+  double height_ = 0;
+  bool shown_ = false;
+};
+
+// Public property names in the order of the control's public interface.
+std::vector<std::string> propertyNames();
+
+}  // namespace vellmar::browser

@@ -1,0 +1,127 @@
+// Finds the editor elements of the page and gives each one an editor instance. Everything the
+// editor does is in the WebAssembly module; this file only maps the page's life onto it.
+(function () {
+  'use strict';
+  if (typeof window === 'undefined' || window.Vellmar) return;
+
+  const SELECTOR = 'object[type="application/x-vellmar" i], vellmar-editor';
+  const script = document.currentScript;
+  const baseUrl = script ? script.src.replace(/[^/]*$/, '') : '/vellmar/';
+
+  const instances = new WeakMap(); // element -> editor instance
+  let module = null;
+
+  const ready = createVellmarModule({
+    vellmarBaseUrl: baseUrl,
+    locateFile: (path) => baseUrl + path,
+  }).then((m) => {
+    module = m;
+    return m;
+  });
+
+  function exposeInterface(element) {
+    const inst = () => instances.get(element);
+    for (const name of module.propertyNames()) {
+      Object.defineProperty(element, name, {
+        configurable: true,
+        enumerable: true,
+        get: () => inst().getProperty(name),
+        set: (value) => inst().setProperty(name, value),
+      });
+    }
+    element.getContent = (contentType) => inst().getContent(Number(contentType) | 0);
+    element.getBodyHTML = () => inst().getBodyHTML();
+    element.writeProperties = () => inst().writeProperties();
+  }
+
+  function size(element) {
+    const box = element.getBoundingClientRect();
+    return [box.width, box.height];
+  }
+
+  const resizes = new ResizeObserver((entries) => {
+    for (const entry of entries) {
+      const inst = instances.get(entry.target);
+      if (!inst) continue;
+      const box = entry.contentRect;
+      inst.resize(box.width, box.height);
+    }
+  });
+
+  const hidden = new WeakSet(); // elements removed from the page after they were shown
+
+  function showWhenLaidOut(element, inst) {
+    // The next frame has the element's size.
+    requestAnimationFrame(() => {
+      if (!element.isConnected || instances.get(element) !== inst) return;
+      inst.resize(...size(element));
+      inst.show();
+    });
+  }
+
+  function attach(element) {
+    if (!element.isConnected) return;
+    let inst = instances.get(element);
+    if (inst) {
+      if (!hidden.has(element)) return;
+      hidden.delete(element);
+    } else {
+      inst = new module.Instance(element);
+      instances.set(element, inst);
+      exposeInterface(element);
+    }
+    resizes.observe(element);
+    showWhenLaidOut(element, inst);
+  }
+
+  function detach(element) {
+    const inst = instances.get(element);
+    if (!inst || hidden.has(element)) return;
+    hidden.add(element);
+    resizes.unobserve(element);
+    inst.hide();
+  }
+
+  function scan(root) {
+    if (root.nodeType !== Node.ELEMENT_NODE && root.nodeType !== Node.DOCUMENT_NODE) return;
+    if (root.matches && root.matches(SELECTOR)) attach(root);
+    if (root.querySelectorAll) root.querySelectorAll(SELECTOR).forEach(attach);
+  }
+
+  function scanRemoved(root) {
+    if (root.nodeType !== Node.ELEMENT_NODE) return;
+    if (root.matches(SELECTOR)) detach(root);
+    root.querySelectorAll(SELECTOR).forEach(detach);
+  }
+
+  if (!customElements.get('vellmar-editor')) {
+    customElements.define('vellmar-editor', class extends HTMLElement {});
+  }
+
+  function start() {
+    scan(document);
+    new MutationObserver((mutations) => {
+      for (const m of mutations) {
+        m.removedNodes.forEach(scanRemoved);
+        m.addedNodes.forEach(scan);
+      }
+    }).observe(document.documentElement, { childList: true, subtree: true });
+  }
+
+  // Elements are attached once the document is parsed, so their <param> children are all there.
+  const parsed = new Promise((resolve) => {
+    if (document.readyState === 'loading') {
+      document.addEventListener('DOMContentLoaded', resolve, { once: true });
+    } else {
+      resolve();
+    }
+  });
+
+  window.Vellmar = {
+    ready: Promise.all([ready, parsed]).then(() => {
+      start();
+      return window.Vellmar;
+    }),
+    version: () => (module ? module.version() : undefined),
+  };
+})();

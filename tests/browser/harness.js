@@ -24,7 +24,9 @@ const CHROMIUM_ARGS = [
 ];
 
 // Starts vellmar-server with `--port 0` and resolves once it prints the address it listens on.
+// VELLMAR_WEB_DIR points the server at another browser build (for example a private build dir).
 function startServer(extraArgs = []) {
+  if (process.env.VELLMAR_WEB_DIR) extraArgs = ['--web', process.env.VELLMAR_WEB_DIR, ...extraArgs];
   const dataDir = fs.mkdtempSync(path.join(os.tmpdir(), 'vellmar-test-'));
   const child = spawn(SERVER, ['--host', '127.0.0.1', '--port', '0', '--data', dataDir, ...extraArgs], {
     stdio: ['ignore', 'pipe', 'pipe'],

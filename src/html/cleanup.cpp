@@ -1,0 +1,393 @@
+#include "html/cleanup.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "common/diagnostics.h"
+#include "html/ascii.h"
+
+namespace vellmar::html {
+
+namespace {
+
+constexpr std::string_view kDesigntime = "designtime";
+
+struct TagName {
+  std::string_view name;  // lower case
+  TagClass cls;
+};
+
+// The classification table, sorted by name for binary search.
+constexpr auto kTagClasses = [] {
+  using C = TagClass;
+  std::array<TagName, 92> t{{
+      {"a", C::Inline},           {"abbr", C::Inline},        {"acronym", C::Inline},
+      {"address", C::Structure},  {"applet", C::Container},   {"area", C::Line},
+      {"b", C::Inline},           {"base", C::Line},          {"basefont", C::Line},
+      {"bdo", C::Line},           {"bgsound", C::Line},       {"big", C::Inline},
+      {"blockquote", C::Block},   {"body", C::Structure},     {"br", C::Break},
+      {"button", C::Line},        {"caption", C::Structure},  {"center", C::Container},
+      {"cite", C::Inline},        {"code", C::Inline},        {"col", C::Line},
+      {"colgroup", C::Structure}, {"dd", C::Block},           {"del", C::Inline},
+      {"dfn", C::Inline},         {"div", C::Block},          {"dl", C::Container},
+      {"dt", C::Block},           {"em", C::Inline},          {"fieldset", C::Structure},
+      {"font", C::Inline},        {"form", C::Container},     {"frame", C::Line},
+      {"frameset", C::Container}, {"h1", C::Block},           {"h2", C::Block},
+      {"h3", C::Block},           {"h4", C::Block},           {"h5", C::Block},
+      {"h6", C::Block},           {"head", C::Structure},     {"hr", C::Line},
+      {"html", C::Structure},     {"i", C::Inline},           {"iframe", C::Line},
+      {"ilayer", C::Line},        {"img", C::Inline},         {"input", C::Line},
+      {"ins", C::Inline},         {"kbd", C::Inline},         {"label", C::Line},
+      {"layer", C::Line},         {"legend", C::Line},        {"li", C::Line},
+      {"link", C::Line},          {"map", C::Container},      {"marquee", C::Structure},
+      {"meta", C::Line},          {"multicol", C::Structure}, {"noframes", C::Structure},
+      {"noscript", C::Structure}, {"object", C::Container},   {"ol", C::Container},
+      {"optgroup", C::Line},      {"option", C::Line},        {"p", C::Block},
+      {"param", C::Line},         {"pre", C::Line},           {"q", C::Inline},
+      {"samp", C::Inline},        {"script", C::Line},        {"select", C::Container},
+      {"small", C::Inline},       {"sound", C::Line},         {"spacer", C::Inline},
+      {"span", C::Inline},        {"strong", C::Inline},      {"style", C::Structure},
+      {"sub", C::Inline},         {"sup", C::Inline},         {"table", C::Container},
+      {"tbody", C::Container},    {"td", C::Block},           {"textarea", C::Line},
+      {"tfoot", C::Container},    {"th", C::Block},           {"thead", C::Container},
+      {"title", C::Line},         {"tr", C::Block},           {"tt", C::Inline},
+      {"ul", C::Container},       {"var", C::Inline},
+  }};
+  return t;
+}();
+
+static_assert(std::is_sorted(kTagClasses.begin(), kTagClasses.end(),
+                             [](const TagName& x, const TagName& y) { return x.name < y.name; }),
+              "the tag table must stay sorted");
+
+constexpr std::size_t kLongestTagName = 10;  // "blockquote"
+
+std::size_t indentWidth(std::int32_t level) { return level > 0 ? 2 * static_cast<std::size_t>(level) : 0; }
+
+void appendEncoded(std::string& out, std::string_view text) {
+  // Characters 128..255 are the two-byte sequences C2 80 .. C3 BF; a lead byte C2 or C3 can never
+  // be a continuation byte, so checking the following byte is all the UTF-8 decoding needed, and an
+  // invalid sequence is copied as it stands.
+  std::size_t start = 0;
+  const std::size_t n = text.size();
+  for (std::size_t i = 0; i + 1 < n; ++i) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    if (lead != 0xC2 && lead != 0xC3) continue;
+    const auto trail = static_cast<unsigned char>(text[i + 1]);
+    if (trail < 0x80 || trail > 0xBF) continue;
+    const unsigned code = ((lead & 0x1FU) << 6) | (trail & 0x3FU);
+    if (code < 162 || code == 173) continue;
+    out.append(text, start, i - start);
+    char ref[6] = {'&', '#', static_cast<char>('0' + code / 100), static_cast<char>('0' + code / 10 % 10),
+                   static_cast<char>('0' + code % 10), ';'};
+    out.append(ref, sizeof ref);
+    ++i;
+    start = i + 1;
+  }
+  out.append(text, start, n - start);
+}
+
+std::size_t countCharacters(std::string_view text) {
+  std::size_t count = 0;
+  for (char c : text) {
+    if (!ascii::isContinuationByte(c)) ++count;
+  }
+  return count;
+}
+
+// White space normalised the way every text from the engine or the server is: line feeds,
+// carriage returns and tabs become blanks, runs of blanks become one, a blank between ">" and "<"
+// disappears, and the ends are trimmed. One pass: a blank is held back until the next non-blank
+// byte shows whether it survives.
+std::string prepareText(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  bool blankPending = false;
+  for (char c : text) {
+    if (c == ' ' || c == '\r' || c == '\n' || c == '\t') {
+      blankPending = !out.empty();
+      continue;
+    }
+    if (blankPending && !(c == '<' && out.back() == '>')) out.push_back(' ');
+    blankPending = false;
+    out.push_back(c);
+  }
+  return out;
+}
+
+// Appends `tag` without its design-time attributes to `out`. The kept text is a stack: an attribute
+// begins at the last blank kept so far, so removing it only pops the top of `out`, and the text
+// after it has not been copied yet. Each byte is pushed and popped at most once.
+void removeDesigntimeInto(std::string_view tag, std::string& out, std::vector<std::size_t>& blanks) {
+  blanks.clear();
+  auto keep = [&](std::size_t from, std::size_t to) {
+    for (std::size_t k = from; k < to; ++k) {
+      if (tag[k] == ' ') blanks.push_back(out.size());
+      out.push_back(tag[k]);
+    }
+  };
+  const std::size_t tagEnd = (!tag.empty() && tag.back() == '>') ? tag.size() - 1 : tag.size();
+  std::size_t next = 0;
+  for (;;) {
+    const std::size_t found = ascii::findNoCase(tag, kDesigntime, next);
+    if (found == std::string_view::npos) break;
+    keep(next, found);
+    if (blanks.empty()) {  // in the tag name: not an attribute
+      keep(found, found + 1);
+      next = found + 1;
+      continue;
+    }
+    out.resize(blanks.back());
+    blanks.pop_back();
+    bool quoted = false;
+    std::size_t end = found;
+    for (; end < tagEnd; ++end) {
+      if (tag[end] == '"') {
+        if (quoted) {
+          ++end;
+          break;
+        }
+        quoted = true;
+      } else if (tag[end] == ' ' && !quoted) {
+        break;
+      }
+    }
+    next = end;
+  }
+  keep(next, tag.size());
+}
+
+void lowerCaseTagInto(std::string_view tag, std::string& out) {
+  if (tag.substr(0, 4) == "<!--") {
+    out.append(tag);
+    return;
+  }
+  const std::size_t n = tag.size();
+  bool inValue = false;  // after the "=" of the current blank-separated word
+  std::size_t i = 0;
+  auto copyQuoted = [&] {
+    // A quoted run, blanks included, is copied as written through its closing quote.
+    const char quote = tag[i];
+    const std::size_t close = tag.find(quote, i + 1);
+    const std::size_t end = close == std::string_view::npos ? n : close + 1;
+    out.append(tag, i, end - i);
+    i = end;
+  };
+  while (i < n) {
+    const char c = tag[i];
+    if (c == ' ') {
+      out.push_back(c);
+      inValue = false;
+      ++i;
+    } else if (inValue) {
+      if ((c == '"' || c == '\'') && tag[i - 1] == '=') {
+        copyQuoted();
+      } else {
+        out.push_back(c);
+        ++i;
+      }
+    } else if (c == '=') {
+      out.push_back(c);
+      inValue = true;
+      ++i;
+    } else if ((c == '"' || c == '\'') && i > 0 && tag[i - 1] == ' ') {
+      copyQuoted();  // a quoted word of a declaration, such as a DOCTYPE's public identifier
+    } else {
+      out.push_back(ascii::toLower(c));
+      ++i;
+    }
+  }
+}
+
+// Builds the result of the clean-up. Entities are written as the text is appended (the references
+// never contain a line break, so the layout decisions see the same line ends), and the column of
+// the last line is kept as characters are appended instead of being counted back from the end.
+class Formatter {
+ public:
+  explicit Formatter(std::size_t expectedSize) { out_.reserve(expectedSize + expectedSize / 4 + 16); }
+
+  void text(std::string_view text) {
+    if (ascii::isBlankOnly(text)) return;
+    if (atLineStart()) putIndent();
+    std::size_t column = column_;
+    std::size_t chunk = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      if (ascii::isContinuationByte(text[i])) continue;
+      ++column;
+      if (column >= kWrapColumn && text[i] == ' ') {
+        appendEncoded(out_, text.substr(chunk, i + 1 - chunk));
+        chunk = i + 1;
+        lineBreak();
+        putIndent();
+        column = column_;
+      }
+    }
+    appendEncoded(out_, text.substr(chunk));
+    column_ = column;
+  }
+
+  void tag(std::string_view rawTag) {
+    tag_.clear();
+    lowerCaseTagInto(rawTag, tag_);
+    const bool closing = tag_.size() >= 2 && tag_[0] == '<' && tag_[1] == '/';
+    std::string_view name = std::string_view(tag_).substr(closing ? 2 : 1);
+    name = name.substr(0, name.find_first_of(" >"));
+    const bool lineStart = atLineStart();
+    switch (tagClass(name)) {
+      case TagClass::Inline:
+      case TagClass::Other:
+        put(tag_);
+        break;
+      case TagClass::Break:
+        put(tag_);
+        lineBreak();
+        break;
+      case TagClass::Block:
+        if (closing) {
+          --level_;
+          if (lineStart) putIndent();
+          put(tag_);
+          lineBreak();
+        } else {
+          if (!lineStart) lineBreak();
+          putIndent();
+          put(tag_);
+          ++level_;
+        }
+        break;
+      case TagClass::Line:
+        if (closing) {
+          put(tag_);
+          lineBreak();
+        } else {
+          if (!lineStart) lineBreak();
+          putIndent();
+          put(tag_);
+        }
+        break;
+      case TagClass::Container:
+        if (!lineStart) lineBreak();
+        if (closing) --level_;
+        putIndent();
+        put(tag_);
+        lineBreak();
+        if (!closing) ++level_;
+        break;
+      case TagClass::Structure:
+        if (!lineStart) lineBreak();
+        putIndent();
+        put(tag_);
+        lineBreak();
+        break;
+    }
+  }
+
+  // Text left over after the last tag is not inside any element and becomes a paragraph of its own.
+  void strayText(std::string_view text) {
+    if (ascii::isBlankOnly(text)) return;
+    put("<p>");
+    put(text);
+    put("</p>");
+  }
+
+  std::string take() { return std::move(out_); }
+
+ private:
+  bool atLineStart() const {
+    return out_.size() >= 2 && std::string_view(out_).substr(out_.size() - 2) == kLineBreak;
+  }
+  void put(std::string_view raw) {
+    appendEncoded(out_, raw);
+    column_ += countCharacters(raw);
+  }
+  void lineBreak() {
+    out_.append(kLineBreak);
+    column_ = 0;
+  }
+  void putIndent() {
+    const std::size_t width = indentWidth(level_);
+    out_.append(width, ' ');
+    column_ += width;
+  }
+
+  std::string out_;
+  std::string tag_;
+  std::size_t column_ = 0;  // characters after the last line break, before entity encoding
+  std::int32_t level_ = 0;
+};
+
+std::string cleanPrepared(std::string_view text) {
+  Formatter result(text.size());
+  std::string tag;
+  std::vector<std::size_t> blanks;
+  std::size_t textStart = 0;
+  bool inTag = false;
+  while (true) {
+    const std::size_t open = text.find('<', textStart);
+    if (open == std::string_view::npos) break;
+    result.text(text.substr(textStart, open - textStart));
+    const std::size_t stop = text.find_first_of("<>", open + 1);
+    if (stop == std::string_view::npos) {  // never closed: the unfinished tag is dropped
+      inTag = true;
+      break;
+    }
+    textStart = stop;
+    if (text[stop] == '<') continue;  // a "<" inside a tag starts a new one
+    tag.clear();
+    removeDesigntimeInto(text.substr(open, stop + 1 - open), tag, blanks);
+    result.tag(tag);
+    textStart = stop + 1;
+  }
+  if (!inTag) result.strayText(text.substr(textStart));
+  return result.take();
+}
+
+}  // namespace
+
+std::string cleanHTML(std::string_view html) {
+  std::string cleaned;
+  guarded("cleanHTML", [&] { cleaned = cleanPrepared(prepareText(html)); });
+  return cleaned;
+}
+
+std::string encodeEntities(std::string_view text) {
+  std::string out;
+  out.reserve(text.size() + text.size() / 8);
+  appendEncoded(out, text);
+  return out;
+}
+
+TagClass tagClass(std::string_view name) {
+  if (!name.empty() && name.back() == '/') name.remove_suffix(1);
+  if (name.empty() || name.size() > kLongestTagName) return TagClass::Other;
+  char lower[kLongestTagName];
+  for (std::size_t i = 0; i < name.size(); ++i) lower[i] = ascii::toLower(name[i]);
+  const std::string_view key(lower, name.size());
+  const auto it = std::lower_bound(kTagClasses.begin(), kTagClasses.end(), key,
+                                   [](const TagName& entry, std::string_view k) { return entry.name < k; });
+  return (it != kTagClasses.end() && it->name == key) ? it->cls : TagClass::Other;
+}
+
+std::string removeDesigntime(std::string_view tag) {
+  std::string out;
+  std::vector<std::size_t> blanks;
+  removeDesigntimeInto(tag, out, blanks);
+  return out;
+}
+
+std::string lowerCaseTag(std::string_view tag) {
+  std::string out;
+  out.reserve(tag.size());
+  lowerCaseTagInto(tag, out);
+  return out;
+}
+
+std::string indent(std::int32_t level) { return std::string(indentWidth(level), ' '); }
+
+std::size_t lastLineLength(std::string_view text) {
+  const std::size_t lineFeed = text.rfind('\n');
+  return countCharacters(lineFeed == std::string_view::npos ? text : text.substr(lineFeed + 1));
+}
+
+}  // namespace vellmar::html

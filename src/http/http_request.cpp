@@ -1,0 +1,164 @@
+#include "http/http_request.h"
+
+#include <chrono>
+#include <utility>
+
+#include "http/response_reader.h"
+
+namespace vellmar::http {
+
+namespace {
+
+// Copies the handler before calling it, so that a handler replacing itself stays intact.
+template <class Fn, class... Args>
+void raise(const Fn& handler, Args&&... args) {
+  if (!handler) return;
+  Fn call = handler;
+  call(std::forward<Args>(args)...);
+}
+
+}  // namespace
+
+ctlHttpRequest::ctlHttpRequest(EventLoop& loop)
+    : version_(buildVersion()),
+      transport_(loop.createTransport(*this)),
+      timer_(loop.createTimer(std::chrono::milliseconds(1000), [this] { tick(); })),
+      alive_(std::make_shared<bool>(true)) {
+  reset();
+}
+
+ctlHttpRequest::~ctlHttpRequest() {
+  *alive_ = false;
+  timer_->setEnabled(false);
+  transport_->close();
+}
+
+void ctlHttpRequest::addFormVariable(std::string name, int kind, std::string value) {
+  vars_.form.push_back({std::move(name), kind, std::move(value)});
+}
+
+void ctlHttpRequest::addCookieVariable(std::string name, std::string value) {
+  vars_.cookies.push_back({std::move(name), std::move(value)});
+}
+
+void ctlHttpRequest::addUrlVariable(std::string name, std::string value) {
+  vars_.urls.push_back({std::move(name), std::move(value)});
+}
+
+void ctlHttpRequest::reset() {
+  vars_ = {};
+  request_ = {};
+  responseBuffer_.clear();
+  requestFailed_ = false;
+}
+
+OutgoingRequest ctlHttpRequest::composeRequest(int method, const std::string& host,
+                                               const std::string& path, int port) const {
+  const std::string normalized = normalizePath(path);
+  OutgoingRequest out;
+  out.target = normalized + buildQueryString(vars_.urls);
+  if (method == 0) {
+    out.method = "GET";
+    out.text = buildGetRequest(vars_, host, normalized, version_, &out.bodyOffset);
+  } else if (vars_.hasFile()) {
+    const std::string boundary = makeBoundary();
+    out.method = "POST";
+    out.contentType = "multipart/form-data; boundary=" + boundary;
+    out.text = buildMultipartRequest(vars_, postHostValue(host, port), normalized, version_,
+                                     boundary, &out.bodyOffset);
+  } else {
+    out.method = "POST";
+    out.contentType = "application/x-www-form-urlencoded";
+    out.text = buildFormPostRequest(vars_, postHostValue(host, port), normalized, version_,
+                                    &out.bodyOffset);
+  }
+  return out;
+}
+
+void ctlHttpRequest::http(int method, const std::string& host, const std::string& path,
+                          int timeout, int port) {
+  requestPath_ = normalizePath(path);
+  request_ = composeRequest(method, host, path, port);
+
+  timeoutSeconds_ = timeout;
+  elapsedSeconds_ = 0;
+  timer_->setEnabled(false);
+  timer_->setEnabled(timeout >= 1);
+
+  responseBuffer_.clear();
+  transport_->close();
+  state_ = RequestState::connecting;
+  transport_->connect(host, port);
+}
+
+void ctlHttpRequest::Cancel() {
+  timer_->setEnabled(false);
+  const bool open = transport_->state() != SocketState::closed;
+  // Closed before the event, so that a handler starting a new request keeps its connection.
+  transport_->close();
+  if (state_ == RequestState::connecting || state_ == RequestState::receiving)
+    state_ = RequestState::finished;
+  if (open) raise(events.canceled);
+}
+
+void ctlHttpRequest::transportConnected() {
+  state_ = RequestState::receiving;
+  const auto alive = alive_;
+  raise(events.started);
+  // A handler of `started` may have canceled, restarted or destroyed the request.
+  if (!*alive || transport_->state() != SocketState::connected) return;
+  transport_->send(request_);
+}
+
+void ctlHttpRequest::transportData(std::string_view bytes) {
+  if (transport_->state() != SocketState::connected) return;
+  responseBuffer_.append(bytes);
+}
+
+void ctlHttpRequest::transportClosed() {
+  timer_->setEnabled(false);
+  transport_->close();
+  state_ = RequestState::finished;
+  ParsedResponse parsed = parseResponse(responseBuffer_, requestPath_);
+  if (parsed.failed()) {
+    requestFailed_ = true;
+    raise(events.parseError, parsed.parseErrorNumber, parsed.message, parsed.text);
+    return;
+  }
+  if (!requestFailed_) raise(events.complete, parsed.body);
+}
+
+void ctlHttpRequest::transportAnswer(const ParsedAnswer& answer) {
+  timer_->setEnabled(false);
+  transport_->close();
+  state_ = RequestState::finished;
+  if (answer.status == 200) {
+    if (!requestFailed_) raise(events.complete, answer.body);
+    return;
+  }
+  const std::string code = std::to_string(answer.status);
+  std::string statusLine = "HTTP/1.1 " + code;
+  statusLine.push_back(' ');
+  statusLine.append(answer.reason);
+  requestFailed_ = true;
+  raise(events.parseError, 2, "HTTP Error: " + statusErrorText(code, statusLine, requestPath_),
+        answer.body);
+}
+
+void ctlHttpRequest::transportError(int number, const std::string& description) {
+  timer_->setEnabled(false);
+  state_ = RequestState::finished;
+  raise(events.error, number, description);
+}
+
+void ctlHttpRequest::tick() {
+  ++elapsedSeconds_;
+  if (timeoutSeconds_ < 1 || elapsedSeconds_ < static_cast<std::size_t>(timeoutSeconds_)) return;
+  timer_->setEnabled(false);
+  transport_->close();
+  state_ = RequestState::finished;
+  requestFailed_ = true;
+  raise(events.timeout);
+}
+
+}  // namespace vellmar::http

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+// The seam between ctlHttpRequest and the platform: a connection that carries one composed request
+// and reports back, and a repeating timer. Natively the connection is a TCP socket driven by a poll
+// loop; in the browser it is fetch(), which answers with an already parsed status and body.
+namespace vellmar::http {
+
+// The connection states ctlHttpRequest distinguishes; the numbers are the familiar socket-state
+// numbers so that logs read the same on every platform.
+enum class SocketState : int {
+  closed = 0,
+  connecting = 6,
+  connected = 7,
+  closing = 8,  // closed by the peer, not yet closed here
+  error = 9,
+};
+
+// One composed request. `text` is the whole request as bytes, which a raw-socket transport sends as
+// it is; the other fields are its parts for a transport that composes its own wire form.
+struct OutgoingRequest {
+  std::string text;
+  std::string method;       // "GET" or "POST"
+  std::string target;       // path with query string
+  std::string contentType;  // empty for GET
+  std::size_t bodyOffset = 0;
+
+  std::string_view body() const { return std::string_view(text).substr(bodyOffset); }
+};
+
+// An answer a transport has already parsed.
+struct ParsedAnswer {
+  int status = 0;
+  std::string reason;
+  std::string body;
+};
+
+// Notifications of a transport. They arrive from the event loop, never from inside a call the
+// listener made on the transport. A listener may close or reconnect the transport, or destroy it,
+// from inside any notification.
+class TransportListener {
+ public:
+  virtual void transportConnected() = 0;
+  virtual void transportData(std::string_view bytes) = 0;
+  // The peer closed the connection: every byte of the answer has been delivered.
+  virtual void transportClosed() = 0;
+  // The whole exchange answered in parsed form (instead of data and closed).
+  virtual void transportAnswer(const ParsedAnswer& answer) = 0;
+  virtual void transportError(int number, const std::string& description) = 0;
+
+ protected:
+  ~TransportListener() = default;
+};
+
+class Transport {
+ public:
+  virtual ~Transport() = default;
+  // Starts connecting; the outcome arrives as transportConnected or transportError. Any earlier
+  // connection is closed first, silently.
+  virtual void connect(const std::string& host, int port) = 0;
+  // Sends the request over the connection made.
+  virtual void send(const OutgoingRequest& request) = 0;
+  // Closes the connection; no notification about it follows. Safe in any state.
+  virtual void close() = 0;
+  virtual SocketState state() const = 0;
+};
+
+// A repeating timer, disabled when created. Enabling it starts a fresh interval.
+class Timer {
+ public:
+  virtual ~Timer() = default;
+  virtual void setEnabled(bool enabled) = 0;
+  virtual bool enabled() const = 0;
+};
+
+// What an HTTP client needs from its platform. The loop outlives everything it creates.
+class EventLoop {
+ public:
+  virtual ~EventLoop() = default;
+  virtual std::unique_ptr<Transport> createTransport(TransportListener& listener) = 0;
+  virtual std::unique_ptr<Timer> createTimer(std::chrono::milliseconds interval,
+                                             std::function<void()> tick) = 0;
+};
+
+}  // namespace vellmar::http

@@ -11,7 +11,8 @@ int main(int argc, char** argv) {
   if (!vellmar::server::parseOptions(argc, argv, options, error)) {
     std::fprintf(stderr, "vellmar-server: %s\n", error.c_str());
     std::fprintf(stderr,
-                 "usage: vellmar-server [--host 127.0.0.1] [--port 8080] [--data DIR] [--web DIR]\n");
+                 "usage: vellmar-server [--host 127.0.0.1] [--port 8080] [--data DIR] [--web DIR]\n"
+                 "                      [--demo DIR] [--session-minutes 20] [--max-upload 2097152]\n");
     return 2;
   }
 

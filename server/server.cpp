@@ -2,22 +2,57 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <system_error>
 
 #include "common/version.h"
+#include "server/database.h"
+#include "server/documents.h"
+#include "server/media.h"
+#include "server/scripts.h"
+#include "server/seed.h"
+#include "server/sessions.h"
 
 namespace vellmar::server {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// Keep-alive connections each hold a worker, so the pool is larger than the machine's cores.
+constexpr std::size_t kWorkerThreads = 16;
+
+std::chrono::milliseconds sessionLifetime(double minutes) {
+  return std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(minutes * 60000.0)));
+}
+
+}  // namespace
+
 struct ReferenceServer::Impl {
+  explicit Impl(Options o)
+      : options(std::move(o)),
+        db(options.dataDir / "vellmar.db"),
+        sessions(db, sessionLifetime(options.sessionMinutes)),
+        documents(db),
+        media(db, options.dataDir / "media"),
+        scripts(db, sessions, documents, media, options.maxUpload) {}
+
   Options options;
+  Database db;
+  SessionStore sessions;
+  DocumentStore documents;
+  MediaStore media;
+  Scripts scripts;
   httplib::Server http;
   int port = 0;
+
+  void serveDemoPage(const httplib::Request& req, httplib::Response& res);
 };
 
 namespace {
@@ -58,11 +93,71 @@ std::string prepareDataDir(const fs::path& dir) {
   return {};
 }
 
+// The host name the browser used for this page ("[::1]:8080" gives "::1"), so that the editor
+// talks to the same origin that holds the session cookie.
+std::string requestHost(const httplib::Request& req, const std::string& fallback) {
+  std::string host = req.get_header_value("Host");
+  if (host.empty()) return fallback;
+  if (host.front() == '[') {
+    const auto close = host.find(']');
+    return close == std::string::npos ? fallback : host.substr(1, close - 1);
+  }
+  if (const auto colon = host.find(':'); colon != std::string::npos) host.resize(colon);
+  for (char c : host) {
+    const bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                    c == '.' || c == '-';
+    if (!ok) return fallback;
+  }
+  return host.empty() ? fallback : host;
+}
+
+const char* statusText(int status) {
+  switch (status) {
+    case 400: return "Bad request.";
+    case 403: return "Forbidden.";
+    case 404: return "Not found.";
+    case 405: return "Method not allowed.";
+    case 413: return "The request is too large.";
+    case 414: return "The request line is too long.";
+    case 415: return "Unsupported media type.";
+    case 503: return "The server is busy; try again.";
+    default: return "The request failed.";
+  }
+}
+
 }  // namespace
 
-ReferenceServer::ReferenceServer(Options options) : impl_(std::make_unique<Impl>()) {
-  impl_->options = std::move(options);
+void ReferenceServer::Impl::serveDemoPage(const httplib::Request& req, httplib::Response& res) {
+  std::string page = readFile(options.demoDir / "index.html");
+  if (page.empty()) {
+    res.status = 500;
+    res.set_content("The demo page is missing.", "text/plain");
+    return;
+  }
+  // A visitor who still has a live session keeps it; everybody else gets a new one.
+  std::string token =
+      SessionStore::cookieValue(req.get_header_value("Cookie"), SessionStore::kCookieName);
+  if (!sessions.touch(token)) token = sessions.create();
+
+  const auto lifetimeSeconds = sessions.lifetime().count() / 1000;
+  // The editor's keep-alive must come well within the session's lifetime.
+  const auto keepAlive = std::clamp<std::int64_t>(lifetimeSeconds / 2, 1, 300);
+
+  replaceAll(page, "{{DOMAIN}}", requestHost(req, options.host));
+  replaceAll(page, "{{PORT}}", std::to_string(port));
+  replaceAll(page, "{{VERSION}}", productVersion());
+  replaceAll(page, "{{COOKIE_NAME}}", SessionStore::kCookieName);
+  replaceAll(page, "{{COOKIE_VALUE}}", token);
+  replaceAll(page, "{{MAX_UPLOAD}}", std::to_string(options.maxUpload));
+  replaceAll(page, "{{KEEPALIVE_SECONDS}}", std::to_string(keepAlive));
+  res.set_header("Set-Cookie", std::string(SessionStore::kCookieName) + "=" + token +
+                                   "; Path=/; HttpOnly; SameSite=Strict");
+  res.set_header("Cache-Control", "no-store");
+  res.set_content(page, "text/html; charset=utf-8");
 }
+
+ReferenceServer::ReferenceServer(Options options)
+    : impl_(std::make_unique<Impl>(std::move(options))) {}
 
 ReferenceServer::~ReferenceServer() = default;
 
@@ -72,31 +167,45 @@ std::string ReferenceServer::start() {
   if (!fs::is_regular_file(o.webDir / "vellmar.js"))
     return "the browser build is missing: no vellmar.js in " + o.webDir.string() +
            " (run `make build`)";
+  try {
+    impl_->db.open();
+    impl_->media.prepare();
+    seedIfNew(impl_->db, impl_->media);
+  } catch (const std::exception& e) {
+    return std::string("cannot prepare the data folder: ") + e.what();
+  }
 
   auto& http = impl_->http;
+  http.new_task_queue = [] { return new httplib::ThreadPool(kWorkerThreads); };
+  // Large enough for any document; an image beyond the upload limit is read and then refused
+  // with its own message, a body beyond this is cut off by the library with 413.
+  http.set_payload_max_length(std::max<std::size_t>(o.maxUpload + (1u << 20), 32u << 20));
   http.set_mount_point("/vellmar", o.webDir.string());
   http.set_mount_point("/demo", o.demoDir.string());
   http.set_file_extension_and_mimetype_mapping("wasm", "application/wasm");
   http.set_file_extension_and_mimetype_mapping("ts", "text/plain");
 
-  http.Get("/", [this](const httplib::Request&, httplib::Response& res) {
-    const auto& opts = impl_->options;
-    std::string page = readFile(opts.demoDir / "index.html");
-    if (page.empty()) {
-      res.status = 500;
-      res.set_content("The demo page is missing.", "text/plain");
-      return;
+  http.Get("/", [this](const httplib::Request& req, httplib::Response& res) {
+    try {
+      impl_->serveDemoPage(req, res);
+    } catch (const std::exception& e) {
+      res.status = 503;
+      res.set_content(std::string("The session could not be created: ") + e.what() + "\n",
+                      "text/plain");
     }
-    replaceAll(page, "{{DOMAIN}}", opts.host);
-    replaceAll(page, "{{PORT}}", std::to_string(impl_->port));
-    replaceAll(page, "{{VERSION}}", productVersion());
-    res.set_header("Cache-Control", "no-store");
-    res.set_content(page, "text/html; charset=utf-8");
   });
+  impl_->scripts.install(http);
 
+  http.set_exception_handler(
+      [](const httplib::Request&, httplib::Response& res, std::exception_ptr) {
+        res.status = 500;
+        res.set_content("Internal error.\n", "text/plain");
+      });
   http.set_error_handler([](const httplib::Request& req, httplib::Response& res) {
     if (res.body.empty()) {
-      res.set_content(std::to_string(res.status) + " " + req.path + "\n", "text/plain");
+      res.set_content(std::to_string(res.status) + " " + statusText(res.status) + " " + req.path +
+                          "\n",
+                      "text/plain");
     }
   });
 
@@ -152,6 +261,26 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
     } else if (arg == "--demo") {
       if (!value(v)) return false;
       options.demoDir = v;
+    } else if (arg == "--session-minutes") {
+      if (!value(v)) return false;
+      char* end = nullptr;
+      const double minutes = std::strtod(v.c_str(), &end);
+      // Fractions are allowed (0.05 is three seconds), which tests of lapsing sessions use.
+      if (v.empty() || *end != '\0' || !(minutes > 0) || minutes > 525600) {
+        error = "--session-minutes must be a number of minutes above 0, not '" + v + "'";
+        return false;
+      }
+      options.sessionMinutes = minutes;
+    } else if (arg == "--max-upload") {
+      if (!value(v)) return false;
+      char* end = nullptr;
+      const unsigned long long bytes = std::strtoull(v.c_str(), &end, 10);
+      if (v.empty() || v.front() == '-' || *end != '\0' || bytes == 0 ||
+          bytes > (1ull << 30)) {
+        error = "--max-upload must be a number of bytes from 1 to 1073741824, not '" + v + "'";
+        return false;
+      }
+      options.maxUpload = static_cast<std::size_t>(bytes);
     } else {
       error = "unknown option " + arg;
       return false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -12,10 +13,13 @@ struct Options {
   std::filesystem::path dataDir = "data";
   std::filesystem::path webDir;   // the browser build: vellmar.js, vellmar.wasm, vellmar.css
   std::filesystem::path demoDir;  // demo pages and their assets
+  double sessionMinutes = 20;     // a session lapses after this long without a request
+  std::size_t maxUpload = 2097152;  // largest image file accepted, in bytes
 };
 
 // The reference server: serves the component under /vellmar/, the demo page at / and the
-// server scripts under /cms/. One instance owns one listening socket.
+// server scripts under /cms/, on a SQLite database and a media folder in the data folder
+// ("vellmar.db", "media/"). One instance owns one listening socket.
 class ReferenceServer {
  public:
   explicit ReferenceServer(Options options);

@@ -1,0 +1,17 @@
+# Writes a C++ source holding the bytes of FILES (separated by "|") as the table kSeedFiles.
+# Usage: cmake -DOUT=file.cpp -DFILES=a|b -P embed.cmake
+string(REPLACE "|" ";" FILES "${FILES}")
+set(decls "")
+set(entries "")
+foreach(f ${FILES})
+  get_filename_component(name ${f} NAME)
+  string(MAKE_C_IDENTIFIER "seed_${name}" id)
+  file(READ ${f} hex HEX)
+  string(LENGTH "${hex}" digits)
+  math(EXPR size "${digits} / 2")
+  string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")
+  string(APPEND decls "const unsigned char ${id}[] = {${bytes}};\n")
+  string(APPEND entries "    {\"${name}\", ${id}, ${size}},\n")
+endforeach()
+file(WRITE ${OUT}.tmp "// Generated from server/seed by embed.cmake.\n#include \"server/seed.h\"\n\nnamespace vellmar::server {\nnamespace {\n${decls}}  // namespace\n\nconst std::vector<SeedFile>& seedFiles() {\n  static const std::vector<SeedFile> files = {\n${entries}  };\n  return files;\n}\n\n}  // namespace vellmar::server\n")
+file(COPY_FILE ${OUT}.tmp ${OUT} ONLY_IF_DIFFERENT)

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+
+#include "server/database.h"
+#include "server/documents.h"
+#include "server/media.h"
+#include "server/sessions.h"
+
+namespace httplib {
+class Server;
+}
+
+namespace vellmar::server {
+
+// The paths of the server scripts, as the demo page configures the editor with them.
+namespace paths {
+constexpr const char* kContent = "/cms/content";
+constexpr const char* kSave = "/cms/save";
+constexpr const char* kStyleSheet = "/cms/styles.css";
+constexpr const char* kKeepAlive = "/cms/keepalive";
+constexpr const char* kImageList = "/cms/images/list";
+constexpr const char* kImageUpload = "/cms/images/upload";
+constexpr const char* kImageDelete = "/cms/images/delete";
+constexpr const char* kLinkList = "/cms/links";
+constexpr const char* kEmailLinkList = "/cms/emaillinks";
+constexpr const char* kScriptPrefix = "/cms/";
+}  // namespace paths
+
+// The scripts the editor talks to. Every path under /cms/ needs a live session (403 otherwise);
+// every refusal is a status with a short text, and no refused request changes anything.
+class Scripts {
+ public:
+  Scripts(Database& db, SessionStore& sessions, DocumentStore& documents, MediaStore& media,
+          std::size_t maxUpload);
+
+  // Registers the scripts, the /media/ files and the session check on `http`.
+  void install(httplib::Server& http);
+
+ private:
+  Database& db_;
+  SessionStore& sessions_;
+  DocumentStore& documents_;
+  MediaStore& media_;
+  std::size_t maxUpload_;
+};
+
+}  // namespace vellmar::server

@@ -130,6 +130,7 @@ std::string extractBody(std::string_view text, bool* terminated) {
 
 std::string decodeChunked(std::string_view data) {
   std::string out;
+  out.reserve(data.size());  // the decoded body is never longer than its coding
   std::size_t p = 0;
   while (p < data.size()) {
     const auto lineEnd = data.find(kCrLf, p);

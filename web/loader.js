@@ -26,12 +26,17 @@
         configurable: true,
         enumerable: true,
         get: () => inst().getProperty(name),
-        set: (value) => inst().setProperty(name, value),
+        set: (value) => {
+          if (!inst().setProperty(name, value)) {
+            throw new TypeError(`${name}: ${JSON.stringify(value)} is not a valid value`);
+          }
+        },
       });
     }
     element.getContent = (contentType) => inst().getContent(Number(contentType) | 0);
     element.getBodyHTML = () => inst().getBodyHTML();
     element.writeProperties = () => inst().writeProperties();
+    element.getDebugLog = () => inst().getDebugLog();
   }
 
   function size(element) {
@@ -50,13 +55,24 @@
 
   const hidden = new WeakSet(); // elements removed from the page after they were shown
 
+  // Resolves once the editor's own style sheet applies, so that its bars measure their real size.
+  function styled(element) {
+    const host = element.shadowRoot ? element : element.querySelector(':scope > .vellmar-host');
+    const link = host && host.shadowRoot && host.shadowRoot.querySelector('link[rel="stylesheet"]');
+    if (!link || link.sheet) return Promise.resolve();
+    return new Promise((resolve) => {
+      link.addEventListener('load', resolve, { once: true });
+      link.addEventListener('error', resolve, { once: true });
+    });
+  }
+
   function showWhenLaidOut(element, inst) {
-    // The next frame has the element's size.
-    requestAnimationFrame(() => {
+    // The next frame after the style sheet applies has the element's size.
+    styled(element).then(() => requestAnimationFrame(() => {
       if (!element.isConnected || instances.get(element) !== inst) return;
       inst.resize(...size(element));
       inst.show();
-    });
+    }));
   }
 
   function attach(element) {

@@ -18,6 +18,11 @@ export interface VellmarEditorElement extends HTMLElement {
   getBodyHTML(): string;
   /** The ordered (key, value) pairs a save of the properties writes, e.g. for `<param>` tags. */
   writeProperties(): Array<[string, string | number]>;
+  /**
+   * The text of the current debug log file (written while `DebugMode` is 1, kept in the
+   * origin-private file system); "" when no log file was opened.
+   */
+  getDebugLog(): Promise<string>;
 
   domain: string;
   port: string;

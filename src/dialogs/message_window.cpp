@@ -77,6 +77,7 @@ bool MessageWindow::showMessage(std::string_view html, std::string_view caption,
     browserVisible_ = true;
     closed_ = std::move(closed);
     showing_ = true;
+    presentedBy_ = presenter_;
     if (presenter_) presenter_->present(layout_);
   });
   if (!shown && showing_) {
@@ -88,15 +89,24 @@ bool MessageWindow::showMessage(std::string_view html, std::string_view caption,
 
 void MessageWindow::selectTab(std::string_view key) {
   browserVisible_ = key == kMessageTabs[0].key;
-  if (presenter_) presenter_->tabChanged(browserVisible_);
+  if (presentedBy_) presentedBy_->tabChanged(browserVisible_);
 }
 
 void MessageWindow::ok() {
   if (!showing_) return;
   showing_ = false;
+  if (auto* p = std::exchange(presentedBy_, nullptr)) p->closed();
   auto closed = std::move(closed_);
   closed_ = nullptr;
   if (closed) closed();
+}
+
+void MessageWindow::forget(MessagePresenter* presenter) {
+  if (presenter_ == presenter) presenter_ = nullptr;
+  if (presentedBy_ == presenter) {
+    presentedBy_ = nullptr;
+    ok();
+  }
 }
 
 bool showMessage(std::string_view html, std::string_view caption, std::string_view label,

@@ -65,8 +65,10 @@ class MessagePresenter {
  public:
   virtual ~MessagePresenter() = default;
   virtual void present(const MessageWindowLayout& layout) = 0;
-  // The model's tab changed (the view may also keep its own copy of the selection).
+  // The model's tab changed.
   virtual void tabChanged(bool browserVisible) { (void)browserVisible; }
+  // The window was closed: take it off the screen.
+  virtual void closed() {}
 };
 
 // frmMessageWindow: one message at a time, modal. In the page a modal wait is a continuation:
@@ -79,6 +81,8 @@ class MessageWindow {
   // then only a model, as in tests).
   void setPresenter(MessagePresenter* presenter) { presenter_ = presenter; }
   MessagePresenter* presenter() const { return presenter_; }
+  // A presenter going away: it draws nothing more, and a window it shows counts as closed.
+  void forget(MessagePresenter* presenter);
 
   // Answers false when a message is already showing: the new one is logged as dropped.
   bool showMessage(std::string_view html, std::string_view caption, std::string_view label,
@@ -98,6 +102,7 @@ class MessageWindow {
 
  private:
   MessagePresenter* presenter_ = nullptr;
+  MessagePresenter* presentedBy_ = nullptr;  // the presenter drawing the open window
   bool showing_ = false;
   bool browserVisible_ = true;
   MessageWindowLayout layout_;

@@ -29,7 +29,8 @@ EMSCRIPTEN_BINDINGS(vellmar) {
       .function("setProperty", &ElementHost::setProperty)
       .function("getContent", &ElementHost::getContent)
       .function("getBodyHTML", &ElementHost::getBodyHTML)
-      .function("writeProperties", &ElementHost::writeProperties);
+      .function("writeProperties", &ElementHost::writeProperties)
+      .function("getDebugLog", &ElementHost::getDebugLog);
   emscripten::function("propertyNames", &propertyNameList);
   emscripten::function("version", &version);
 }

@@ -1,35 +1,12 @@
 #include "platform/browser/host.h"
 
-#include <algorithm>
-#include <cctype>
-#include <map>
-
 #include "common/diagnostics.h"
+#include "editor/properties.h"
+#include "platform/browser/debug_log_file.h"
 
 namespace vellmar::browser {
 
 namespace {
-
-std::string lowerAscii(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
-}
-
-// Provisional property store until the full property set is wired in: the page's parameters as
-// given, one store for every editor on the page.
-struct ProvisionalProperty {
-  std::string name;
-  std::string value;
-};
-
-std::map<std::string, ProvisionalProperty>& store() {
-  static std::map<std::string, ProvisionalProperty> values = {
-      {"domain", {"domain", ""}},
-      {"port", {"port", ""}},
-  };
-  return values;
-}
 
 const char* const kStyleSheetHref = "vellmar.css";
 
@@ -52,9 +29,36 @@ std::vector<std::pair<std::string, std::string>> readParams(const val& element) 
 
 std::vector<std::string> propertyNames() {
   std::vector<std::string> names;
-  for (const auto& [key, property] : store()) names.push_back(property.name);
+  for (const auto& def : editor::propertyTable()) names.emplace_back(def.name);
   return names;
 }
+
+namespace {
+
+// A property value for the page: text as a string, the integer kinds as numbers.
+val toJs(const editor::PropertyValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return val(*text);
+  return val(std::get<std::int32_t>(value));
+}
+
+// A value the page assigns: numbers that are whole stay numbers (switches take them as they are),
+// true and false are 1 and 0, anything else is its text.
+editor::PropertyValue fromJs(const val& value) {
+  const std::string type = value.typeOf().as<std::string>();
+  if (type == "number") {
+    const double d = value.as<double>();
+    if (d >= INT32_MIN && d <= INT32_MAX && d == static_cast<double>(static_cast<std::int32_t>(d))) {
+      return static_cast<std::int32_t>(d);
+    }
+  } else if (type == "boolean") {
+    return value.as<bool>() ? std::int32_t{1} : std::int32_t{0};
+  } else if (value.isNull() || value.isUndefined()) {
+    return std::string();
+  }
+  return val::global("String")(value).as<std::string>();
+}
+
+}  // namespace
 
 ElementHost::ElementHost(val element) : element_(std::move(element)) {
   const val document = val::global("document");
@@ -82,44 +86,54 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   surface_.call<void>("setAttribute", std::string("part"), std::string("control"));
   root_.call<void>("appendChild", surface_);
 
-  for (const auto& [name, value] : readParams(element_)) {
-    auto it = store().find(lowerAscii(name));
-    if (it != store().end()) it->second.value = value;
-  }
+  installBrowserDebugLog();
+  view_ = std::make_unique<ControlView>(surface_, root_);
+  editor::ControlHooks hooks;
+  hooks.propertyChanged = [this](std::string_view name) {
+    val detail = val::object();
+    detail.set("name", std::string(name));
+    raiseEvent("propertychange", detail);
+  };
+  control_ = std::make_unique<editor::ctlVellmar2>(*view_, std::move(hooks));
+  view_->setControl(control_.get());
+  view_->setLoadedHandler([this] { raiseEvent("Loaded", val::undefined()); });
+  control_->initialize();
+  editor::MemoryPropertyBag params(readParams(element_));
+  control_->readProperties(params);
 }
 
-ElementHost::~ElementHost() = default;
+ElementHost::~ElementHost() {
+  view_->setControl(nullptr);
+  control_.reset();
+}
 
 void ElementHost::show() {
-  guarded("UserControl_Show", [&] {
-    shown_ = true;
-    raiseEvent("Loaded", val::undefined());
-  });
+  shown_ = true;
+  control_->show();
+  control_->paint();
 }
 
 void ElementHost::hide() {
-  guarded("UserControl_Hide", [&] { shown_ = false; });
+  shown_ = false;
+  control_->hide();
 }
 
 void ElementHost::resize(double width, double height) {
   width_ = width;
   height_ = height;
+  control_->resize();
+  if (shown_) control_->paint();
 }
 
 val ElementHost::getProperty(const std::string& name) const {
-  auto it = store().find(lowerAscii(name));
-  if (it == store().end()) return val::undefined();
-  return val(it->second.value);
+  auto value = control_->getProperty(name);
+  if (!value) return val::undefined();
+  return toJs(*value);
 }
 
-void ElementHost::setProperty(const std::string& name, const val& value) {
-  auto it = store().find(lowerAscii(name));
-  if (it == store().end()) return;
-  it->second.value = value.isString() ? value.as<std::string>()
-                                      : val::global("String")(value).as<std::string>();
-  val detail = val::object();
-  detail.set("name", it->second.name);
-  raiseEvent("propertychange", detail);
+bool ElementHost::setProperty(const std::string& name, const val& value) {
+  if (!editor::findProperty(name)) return true;
+  return control_->letProperty(name, fromJs(value));
 }
 
 std::string ElementHost::getContent(int /*contentType*/) { return {}; }
@@ -127,15 +141,19 @@ std::string ElementHost::getContent(int /*contentType*/) { return {}; }
 std::string ElementHost::getBodyHTML() { return {}; }
 
 val ElementHost::writeProperties() {
+  editor::MemoryPropertyBag bag;
+  control_->writeProperties(bag);
   val pairs = val::array();
-  for (const auto& [key, property] : store()) {
+  for (const auto& written : bag.written()) {
     val pair = val::array();
-    pair.call<void>("push", property.name);
-    pair.call<void>("push", property.value);
+    pair.call<void>("push", written.key);
+    pair.call<void>("push", toJs(written.value));
     pairs.call<void>("push", pair);
   }
   return pairs;
 }
+
+val ElementHost::getDebugLog() const { return readDebugLog(); }
 
 void ElementHost::raiseEvent(const std::string& type, const val& detail) const {
   val init = val::object();

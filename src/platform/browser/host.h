@@ -2,9 +2,13 @@
 
 #include <emscripten/val.h>
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "editor/control.h"
+#include "platform/browser/control_view.h"
 
 namespace vellmar::browser {
 
@@ -32,11 +36,14 @@ class ElementHost {
 
   // The element's public interface (the loader defines a JavaScript property per name).
   val getProperty(const std::string& name) const;
-  void setProperty(const std::string& name, const val& value);
+  // False when the value does not convert to the property's type (the loader throws a TypeError).
+  bool setProperty(const std::string& name, const val& value);
   std::string getContent(int contentType);
   std::string getBodyHTML();
   // The ordered (key, value) pairs a save of the properties writes, as [[key, value], ...].
   val writeProperties();
+  // A promise of the text of the current debug log file.
+  val getDebugLog() const;
 
   // Dispatches a DOM event on the element; `detail` becomes the CustomEvent's detail.
   void raiseEvent(const std::string& type, const val& detail) const;
@@ -53,6 +60,8 @@ class ElementHost {
   double width_ = 0;
   double height_ = 0;
   bool shown_ = false;
+  std::unique_ptr<ControlView> view_;
+  std::unique_ptr<editor::ctlVellmar2> control_;
 };
 
 // Public property names in the order of the control's public interface.

@@ -87,7 +87,7 @@ void appendLine(std::string& out, std::string_view a, std::string_view b = {}) {
   out.append(kCrLf);
 }
 
-std::string quoted(std::string_view s) {
+std::string inQuotes(std::string_view s) {
   std::string out;
   out.reserve(s.size() + 2);
   out.push_back('"');
@@ -224,7 +224,7 @@ std::string buildMultipartRequest(const RequestVariables& vars, std::string_view
     body.append("--");
     appendLine(body, boundary);
     if (f.kind == kindText) {
-      appendLine(body, "Content-Disposition: form-data; name=", quoted(f.name));
+      appendLine(body, "Content-Disposition: form-data; name=", inQuotes(f.name));
       body.append(kCrLf);
       appendLine(body, f.value);
     } else {
@@ -233,7 +233,7 @@ std::string buildMultipartRequest(const RequestVariables& vars, std::string_view
           dot == std::string::npos ? std::string_view(f.value)
                                    : std::string_view(f.value).substr(dot + 1);
       appendLine(body, "Content-Disposition: form-data; name=",
-                 quoted(f.name) + "; filename=" + quoted(f.value));
+                 inQuotes(f.name) + "; filename=" + inQuotes(f.value));
       appendLine(body, "Content-Type: image/", extension);
       body.append(kCrLf);
       appendLine(body, readFileAsText(f.value));
@@ -297,7 +297,8 @@ std::string readFileAsText(const std::string& path) {
   if (size < 0) throw ProcedureError(57, "Device I/O error: " + path);
   contents.resize(static_cast<std::size_t>(size));
   in.seekg(0, std::ios::beg);
-  if (size > 0 && !in.read(contents.data(), size)) throw ProcedureError(57, "Device I/O error: " + path);
+  if (size > 0 && !in.read(contents.data(), static_cast<std::streamsize>(size)))
+    throw ProcedureError(57, "Device I/O error: " + path);
   return contents;
 }
 

@@ -1,0 +1,224 @@
+#include "platform/browser/fetch_transport.h"
+
+#include <emscripten/bind.h>
+#include <emscripten/eventloop.h>
+#include <emscripten/val.h>
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+namespace vellmar::browser {
+
+namespace {
+
+using emscripten::val;
+
+class FetchTransport;
+
+// Requests in flight by number. A settled fetch whose number is gone (closed, aborted, superseded
+// by a new request, transport destroyed) is dropped.
+std::unordered_map<int, FetchTransport*>& inFlight() {
+  static std::unordered_map<int, FetchTransport*> map;
+  return map;
+}
+int nextRequestId = 1;
+
+FetchTransport* lookup(int id) {
+  auto it = inFlight().find(id);
+  return it == inFlight().end() ? nullptr : it->second;
+}
+
+// The address of the editor's server as the page reaches it. The page's own protocol is kept when
+// the server is the page's own origin; otherwise port 443 means https and every other port http.
+std::string originOf(const std::string& host, int port) {
+  const val location = val::global("location");
+  const std::string pageProtocol = location["protocol"].as<std::string>();
+  const std::string pageHost = location["hostname"].as<std::string>();
+  std::string pagePortText = location["port"].as<std::string>();
+  const int pagePort = !pagePortText.empty() ? std::stoi(pagePortText)
+                                             : (pageProtocol == "https:" ? 443 : 80);
+  std::string protocol = port == 443 ? "https:" : "http:";
+  if (pageHost == host && pagePort == port) protocol = pageProtocol;
+  const int defaultPort = protocol == "https:" ? 443 : 80;
+  std::string origin = protocol + "//" + host;
+  if (port != defaultPort) origin += ":" + std::to_string(port);
+  return origin;
+}
+
+class FetchTransport final : public http::Transport {
+ public:
+  explicit FetchTransport(http::TransportListener& listener) : listener_(listener) {}
+  ~FetchTransport() override { close(); }
+
+  void connect(const std::string& host, int port) override {
+    close();
+    host_ = host;
+    port_ = port;
+    id_ = nextRequestId++;
+    inFlight()[id_] = this;
+    state_ = http::SocketState::connecting;
+    // There is no connection to wait for; the request "connects" on the next turn of the page's
+    // event loop, so that `started` never fires inside http().
+    emscripten_set_timeout(&FetchTransport::connected, 0,
+                           reinterpret_cast<void*>(static_cast<std::intptr_t>(id_)));
+  }
+
+  void send(const http::OutgoingRequest& request) override {
+    if (state_ != http::SocketState::connected) return;
+    val init = val::object();
+    init.set("method", request.method);
+    init.set("credentials", std::string("include"));
+    init.set("cache", std::string("no-store"));
+    if (!request.contentType.empty()) {
+      val headers = val::object();
+      headers.set("Content-Type", request.contentType);
+      init.set("headers", headers);
+    }
+    const std::string_view body = request.body();
+    if (request.method != "GET") {
+      // Copied out of the module's memory, which may move while the request is under way.
+      val bytes = val::global("Uint8Array")
+                      .new_(emscripten::typed_memory_view(
+                          body.size(), reinterpret_cast<const unsigned char*>(body.data())));
+      init.set("body", bytes);
+    }
+    abort_ = val::global("AbortController").new_();
+    init.set("signal", abort_["signal"]);
+
+    const std::string url = originOf(host_, port_) + request.target;
+    const val id(id_);
+    val onResponse = val::module_property("vellmarFetchResponse").call<val>("bind", val::null(), id);
+    val onFailure = val::module_property("vellmarFetchFailed").call<val>("bind", val::null(), id);
+    val::global("fetch")(url, init).call<void>("then", onResponse, onFailure);
+  }
+
+  void close() override {
+    if (id_ != 0) inFlight().erase(id_);
+    id_ = 0;
+    if (!abort_.isUndefined()) abort_.call<void>("abort");
+    abort_ = val::undefined();
+    state_ = http::SocketState::closed;
+  }
+
+  http::SocketState state() const override { return state_; }
+
+  static void connected(void* user) {
+    const int id = static_cast<int>(reinterpret_cast<std::intptr_t>(user));
+    FetchTransport* t = lookup(id);
+    if (!t || t->state_ != http::SocketState::connecting) return;
+    t->state_ = http::SocketState::connected;
+    t->listener_.transportConnected();
+  }
+
+  void response(int id, const val& response) {
+    status_ = response["status"].as<int>();
+    reason_ = response["statusText"].as<std::string>();
+    const val id_value(id);
+    val onBody = val::module_property("vellmarFetchBody").call<val>("bind", val::null(), id_value);
+    val onFailure = val::module_property("vellmarFetchFailed").call<val>("bind", val::null(), id_value);
+    response.call<val>("arrayBuffer").call<void>("then", onBody, onFailure);
+  }
+
+  void body(const val& buffer) {
+    http::ParsedAnswer answer;
+    answer.status = status_;
+    answer.reason = reason_;
+    answer.body = val::global("Uint8Array").new_(buffer).as<std::string>();
+    finish();
+    listener_.transportAnswer(answer);
+  }
+
+  void failed(const val& error) {
+    std::string description = "Failed to fetch";
+    if (!error.isUndefined() && !error.isNull()) {
+      const val message = error["message"];
+      if (message.isString() && !message.as<std::string>().empty())
+        description = message.as<std::string>();
+    }
+    finish();
+    state_ = http::SocketState::error;
+    listener_.transportError(kFetchFailed, description);
+  }
+
+ private:
+  // The answer is in: this request number settles nothing more.
+  void finish() {
+    inFlight().erase(id_);
+    id_ = 0;
+    abort_ = val::undefined();
+    state_ = http::SocketState::closing;
+  }
+
+  http::TransportListener& listener_;
+  http::SocketState state_ = http::SocketState::closed;
+  std::string host_;
+  int port_ = 0;
+  int id_ = 0;
+  val abort_ = val::undefined();
+  int status_ = 0;
+  std::string reason_;
+};
+
+void fetchResponse(int id, val response) {
+  if (FetchTransport* t = lookup(id)) t->response(id, response);
+}
+
+void fetchBody(int id, val buffer) {
+  if (FetchTransport* t = lookup(id)) t->body(buffer);
+}
+
+void fetchFailed(int id, val error) {
+  // An aborted fetch was closed here first, so its number is already gone.
+  if (FetchTransport* t = lookup(id)) t->failed(error);
+}
+
+class PageTimer final : public http::Timer {
+ public:
+  PageTimer(std::chrono::milliseconds interval, std::function<void()> tick)
+      : interval_(interval), tick_(std::move(tick)) {}
+  ~PageTimer() override { setEnabled(false); }
+
+  void setEnabled(bool enabled) override {
+    if (id_ != 0) emscripten_clear_interval(id_);
+    id_ = 0;
+    if (enabled)
+      id_ = emscripten_set_interval(&PageTimer::fire, static_cast<double>(interval_.count()), this);
+  }
+  bool enabled() const override { return id_ != 0; }
+
+ private:
+  static void fire(void* self) {
+    auto tick = static_cast<PageTimer*>(self)->tick_;
+    tick();
+  }
+
+  std::chrono::milliseconds interval_;
+  std::function<void()> tick_;
+  long id_ = 0;
+};
+
+}  // namespace
+
+PageEventLoop& PageEventLoop::shared() {
+  static PageEventLoop loop;
+  return loop;
+}
+
+std::unique_ptr<http::Transport> PageEventLoop::createTransport(http::TransportListener& listener) {
+  return std::make_unique<FetchTransport>(listener);
+}
+
+std::unique_ptr<http::Timer> PageEventLoop::createTimer(std::chrono::milliseconds interval,
+                                                        std::function<void()> tick) {
+  return std::make_unique<PageTimer>(interval, std::move(tick));
+}
+
+}  // namespace vellmar::browser
+
+EMSCRIPTEN_BINDINGS(vellmar_fetch) {
+  emscripten::function("vellmarFetchResponse", &vellmar::browser::fetchResponse);
+  emscripten::function("vellmarFetchBody", &vellmar::browser::fetchBody);
+  emscripten::function("vellmarFetchFailed", &vellmar::browser::fetchFailed);
+}

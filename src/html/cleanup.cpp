@@ -57,11 +57,38 @@ constexpr auto kTagClasses = [] {
   return t;
 }();
 
-static_assert(std::is_sorted(kTagClasses.begin(), kTagClasses.end(),
-                             [](const TagName& x, const TagName& y) { return x.name < y.name; }),
-              "the tag table must stay sorted");
-
 constexpr std::size_t kLongestTagName = 10;  // "blockquote"
+
+// A lower-case name of up to kLongestTagName bytes packed into two integers, so that the table is
+// searched with integer comparisons. Zero padding keeps the order of the names.
+struct PackedName {
+  std::uint64_t head = 0;
+  std::uint64_t tail = 0;
+  constexpr bool operator<(const PackedName& o) const { return head != o.head ? head < o.head : tail < o.tail; }
+  constexpr bool operator==(const PackedName& o) const { return head == o.head && tail == o.tail; }
+};
+
+constexpr PackedName pack(std::string_view lowerName) {
+  PackedName p;
+  for (std::size_t i = 0; i < 8; ++i) {
+    p.head = (p.head << 8) | (i < lowerName.size() ? static_cast<unsigned char>(lowerName[i]) : 0U);
+  }
+  for (std::size_t i = 8; i < 16; ++i) {
+    p.tail = (p.tail << 8) | (i < lowerName.size() ? static_cast<unsigned char>(lowerName[i]) : 0U);
+  }
+  return p;
+}
+
+constexpr auto kPackedNames = [] {
+  std::array<PackedName, kTagClasses.size()> packed{};
+  for (std::size_t i = 0; i < kTagClasses.size(); ++i) packed[i] = pack(kTagClasses[i].name);
+  return packed;
+}();
+
+static_assert(std::is_sorted(kPackedNames.begin(), kPackedNames.end()), "the tag table must stay sorted");
+static_assert(std::all_of(kTagClasses.begin(), kTagClasses.end(),
+                          [](const TagName& t) { return !t.name.empty() && t.name.size() <= kLongestTagName; }),
+              "every tag name fits the packed form");
 
 std::size_t indentWidth(std::int32_t level) { return level > 0 ? 2 * static_cast<std::size_t>(level) : 0; }
 
@@ -96,26 +123,6 @@ std::size_t countCharacters(std::string_view text) {
   return count;
 }
 
-// White space normalised the way every text from the engine or the server is: line feeds,
-// carriage returns and tabs become blanks, runs of blanks become one, a blank between ">" and "<"
-// disappears, and the ends are trimmed. One pass: a blank is held back until the next non-blank
-// byte shows whether it survives.
-std::string prepareText(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  bool blankPending = false;
-  for (char c : text) {
-    if (c == ' ' || c == '\r' || c == '\n' || c == '\t') {
-      blankPending = !out.empty();
-      continue;
-    }
-    if (blankPending && !(c == '<' && out.back() == '>')) out.push_back(' ');
-    blankPending = false;
-    out.push_back(c);
-  }
-  return out;
-}
-
 // Appends `tag` without its design-time attributes to `out`. The kept text is a stack: an attribute
 // begins at the last blank kept so far, so removing it only pops the top of `out`, and the text
 // after it has not been copied yet. Each byte is pushed and popped at most once.
@@ -129,9 +136,7 @@ void removeDesigntimeInto(std::string_view tag, std::string& out, std::vector<st
   };
   const std::size_t tagEnd = (!tag.empty() && tag.back() == '>') ? tag.size() - 1 : tag.size();
   std::size_t next = 0;
-  for (;;) {
-    const std::size_t found = ascii::findNoCase(tag, kDesigntime, next);
-    if (found == std::string_view::npos) break;
+  for (std::size_t found; (found = ascii::findNoCase(tag, kDesigntime, next)) != std::string_view::npos;) {
     keep(next, found);
     if (blanks.empty()) {  // in the tag name: not an attribute
       keep(found, found + 1);
@@ -231,8 +236,10 @@ class Formatter {
     tag_.clear();
     lowerCaseTagInto(rawTag, tag_);
     const bool closing = tag_.size() >= 2 && tag_[0] == '<' && tag_[1] == '/';
-    std::string_view name = std::string_view(tag_).substr(closing ? 2 : 1);
-    name = name.substr(0, name.find_first_of(" >"));
+    const std::size_t nameStart = closing ? 2 : 1;
+    std::size_t nameEnd = nameStart;
+    while (nameEnd < tag_.size() && tag_[nameEnd] != ' ' && tag_[nameEnd] != '>') ++nameEnd;
+    const std::string_view name = std::string_view(tag_).substr(nameStart, nameEnd - nameStart);
     const bool lineStart = atLineStart();
     switch (tagClass(name)) {
       case TagClass::Inline:
@@ -295,7 +302,8 @@ class Formatter {
 
  private:
   bool atLineStart() const {
-    return out_.size() >= 2 && std::string_view(out_).substr(out_.size() - 2) == kLineBreak;
+    const std::size_t n = out_.size();
+    return n >= 2 && out_[n - 2] == kLineBreak[0] && out_[n - 1] == kLineBreak[1];
   }
   void put(std::string_view raw) {
     appendEncoded(out_, raw);
@@ -317,29 +325,61 @@ class Formatter {
   std::int32_t level_ = 0;
 };
 
-std::string cleanPrepared(std::string_view text) {
-  Formatter result(text.size());
+constexpr bool isWhiteSpace(char c) { return c == ' ' || c == '\r' || c == '\n' || c == '\t'; }
+
+// One pass over the raw text. White space is normalised on the way in, exactly as a separate
+// preparation would do it: line feeds, carriage returns and tabs become blanks, runs of blanks
+// become one, a blank between ">" and "<" disappears and both ends are trimmed. A blank is held
+// back until the next other byte shows whether it survives. Only the text or tag being collected
+// is buffered, never a prepared copy of the whole document.
+std::string cleanText(std::string_view html) {
+  Formatter result(html.size());
+  std::string segment;  // the text since the last tag, or the tag being read
   std::string tag;
   std::vector<std::size_t> blanks;
-  std::size_t textStart = 0;
   bool inTag = false;
-  while (true) {
-    const std::size_t open = text.find('<', textStart);
-    if (open == std::string_view::npos) break;
-    result.text(text.substr(textStart, open - textStart));
-    const std::size_t stop = text.find_first_of("<>", open + 1);
-    if (stop == std::string_view::npos) {  // never closed: the unfinished tag is dropped
-      inTag = true;
-      break;
+  bool blankPending = false;
+  bool started = false;  // a byte other than white space has been taken
+  char last = 0;         // the last byte taken other than a blank
+  const std::size_t n = html.size();
+  std::size_t i = 0;
+  while (i < n) {
+    const char c = html[i];
+    if (isWhiteSpace(c)) {
+      blankPending = started;
+      ++i;
+      continue;
     }
-    textStart = stop;
-    if (text[stop] == '<') continue;  // a "<" inside a tag starts a new one
-    tag.clear();
-    removeDesigntimeInto(text.substr(open, stop + 1 - open), tag, blanks);
-    result.tag(tag);
-    textStart = stop + 1;
+    if (blankPending && !(c == '<' && last == '>')) segment.push_back(' ');
+    blankPending = false;
+    started = true;
+    last = c;
+    if (c == '<') {
+      if (!inTag) result.text(segment);  // inside a tag, a "<" drops the unfinished tag instead
+      segment.assign(1, '<');
+      inTag = true;
+      ++i;
+    } else if (c == '>' && inTag) {
+      segment.push_back('>');
+      if (ascii::findNoCase(segment, kDesigntime) == std::string_view::npos) {
+        result.tag(segment);
+      } else {
+        tag.clear();
+        removeDesigntimeInto(segment, tag, blanks);
+        result.tag(tag);
+      }
+      segment.clear();
+      inTag = false;
+      ++i;
+    } else {
+      std::size_t end = i + 1;
+      while (end < n && !isWhiteSpace(html[end]) && html[end] != '<' && html[end] != '>') ++end;
+      segment.append(html, i, end - i);
+      last = html[end - 1];
+      i = end;
+    }
   }
-  if (!inTag) result.strayText(text.substr(textStart));
+  if (!inTag) result.strayText(segment);  // a tag never closed is dropped
   return result.take();
 }
 
@@ -347,7 +387,7 @@ std::string cleanPrepared(std::string_view text) {
 
 std::string cleanHTML(std::string_view html) {
   std::string cleaned;
-  guarded("cleanHTML", [&] { cleaned = cleanPrepared(prepareText(html)); });
+  guarded("cleanHTML", [&] { cleaned = cleanText(html); });
   return cleaned;
 }
 
@@ -360,13 +400,16 @@ std::string encodeEntities(std::string_view text) {
 
 TagClass tagClass(std::string_view name) {
   if (!name.empty() && name.back() == '/') name.remove_suffix(1);
-  if (name.empty() || name.size() > kLongestTagName) return TagClass::Other;
+  // A NUL byte would read as padding in the packed form.
+  if (name.empty() || name.size() > kLongestTagName || name.find('\0') != std::string_view::npos) {
+    return TagClass::Other;
+  }
   char lower[kLongestTagName];
   for (std::size_t i = 0; i < name.size(); ++i) lower[i] = ascii::toLower(name[i]);
-  const std::string_view key(lower, name.size());
-  const auto it = std::lower_bound(kTagClasses.begin(), kTagClasses.end(), key,
-                                   [](const TagName& entry, std::string_view k) { return entry.name < k; });
-  return (it != kTagClasses.end() && it->name == key) ? it->cls : TagClass::Other;
+  const PackedName key = pack(std::string_view(lower, name.size()));
+  const auto it = std::lower_bound(kPackedNames.begin(), kPackedNames.end(), key);
+  if (it == kPackedNames.end() || !(*it == key)) return TagClass::Other;
+  return kTagClasses[static_cast<std::size_t>(it - kPackedNames.begin())].cls;
 }
 
 std::string removeDesigntime(std::string_view tag) {

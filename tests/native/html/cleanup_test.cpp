@@ -217,6 +217,7 @@ TEST(TagClass, ComparedOnTheAsciiNameInAnyCase) {
   EXPECT_EQ(tagClass("!--"), TagClass::Other);
   EXPECT_EQ(tagClass(""), TagClass::Other);
   EXPECT_EQ(tagClass("blockquotes"), TagClass::Other);
+  EXPECT_EQ(tagClass(std::string_view("p\0", 2)), TagClass::Other);
 }
 
 TEST(Helpers, IndentAndLastLineLength) {

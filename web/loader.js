@@ -37,6 +37,9 @@
     element.getBodyHTML = () => inst().getBodyHTML();
     element.writeProperties = () => inst().writeProperties();
     element.getDebugLog = () => inst().getDebugLog();
+    element.showMessage = (html, caption = '', label = '', width = 0, height = 0, showTabs = false) =>
+      new Promise((resolve) => inst().showMessage(String(html), String(caption), String(label),
+        Number(width) | 0, Number(height) | 0, !!showTabs, () => resolve()));
   }
 
   function size(element) {

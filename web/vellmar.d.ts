@@ -23,6 +23,13 @@ export interface VellmarEditorElement extends HTMLElement {
    * origin-private file system); "" when no log file was opened.
    */
   getDebugLog(): Promise<string>;
+  /**
+   * Shows `html` in the editor's modal message window (sizes in twips, 0 for the default size;
+   * `showTabs` adds the "HTML Source" tab). Resolves when the user closes the window. Scripts in
+   * the message never run.
+   */
+  showMessage(html: string, caption?: string, label?: string, width?: number, height?: number,
+    showTabs?: boolean): Promise<void>;
 
   domain: string;
   port: string;

@@ -30,7 +30,8 @@ EMSCRIPTEN_BINDINGS(vellmar) {
       .function("getContent", &ElementHost::getContent)
       .function("getBodyHTML", &ElementHost::getBodyHTML)
       .function("writeProperties", &ElementHost::writeProperties)
-      .function("getDebugLog", &ElementHost::getDebugLog);
+      .function("getDebugLog", &ElementHost::getDebugLog)
+      .function("showMessage", &ElementHost::showMessage);
   emscripten::function("propertyNames", &propertyNameList);
   emscripten::function("version", &version);
 }

@@ -1,6 +1,10 @@
 #include "platform/browser/host.h"
 
+#include <algorithm>
+
 #include "common/diagnostics.h"
+#include "platform/browser/engine.h"
+#include "dialogs/message_window.h"
 #include "editor/properties.h"
 #include "platform/browser/debug_log_file.h"
 
@@ -89,6 +93,9 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   installBrowserDebugLog();
   view_ = std::make_unique<ControlView>(surface_, root_);
   editor::ControlHooks hooks;
+  // The menu bar draws into the control's menu bar element and answers the control's menu hooks.
+  menuBar_ = std::make_unique<EditorMenuBar>(view_->element(editor::Child::MenuBar), root_);
+  menuBar_->connect(hooks);
   hooks.propertyChanged = [this](std::string_view name) {
     val detail = val::object();
     detail.set("name", std::string(name));
@@ -109,6 +116,13 @@ ElementHost::~ElementHost() {
 
 void ElementHost::show() {
   shown_ = true;
+  // The editing engine lives in the editing area from the first show on.
+  if (!engine_) {
+    guarded("UserControl_Show", [&] {
+      engine_ = std::make_unique<Engine>(view_->element(editor::Child::Engine));
+      engine_->exposeTo(element_);
+    });
+  }
   control_->show();
   control_->paint();
 }
@@ -154,6 +168,18 @@ val ElementHost::writeProperties() {
 }
 
 val ElementHost::getDebugLog() const { return readDebugLog(); }
+
+void ElementHost::showMessage(const std::string& html, const std::string& caption,
+                              const std::string& label, int width, int height, bool showTabs,
+                              val closed) {
+  auto& window = dialogs::MessageWindow::shared();
+  auto* previous = window.presenter();
+  window.setPresenter(view_->messagePresenter());
+  const auto clamp = [](int v) { return static_cast<std::int16_t>(std::clamp(v, 0, 32767)); };
+  dialogs::showMessage(html, caption, label, clamp(width), clamp(height), showTabs,
+                       [closed] { closed(); });
+  window.setPresenter(previous);
+}
 
 void ElementHost::raiseEvent(const std::string& type, const val& detail) const {
   val init = val::object();

@@ -9,10 +9,13 @@
 
 #include "editor/control.h"
 #include "platform/browser/control_view.h"
+#include "platform/browser/menubar_view.h"
 
 namespace vellmar::browser {
 
 using emscripten::val;
+
+class Engine;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -44,6 +47,10 @@ class ElementHost {
   val writeProperties();
   // A promise of the text of the current debug log file.
   val getDebugLog() const;
+  // Shows a message in this editor's message window; `closed` is called when the user closes it
+  // (at once when another message is showing).
+  void showMessage(const std::string& html, const std::string& caption, const std::string& label,
+                   int width, int height, bool showTabs, val closed);
 
   // Dispatches a DOM event on the element; `detail` becomes the CustomEvent's detail.
   void raiseEvent(const std::string& type, const val& detail) const;
@@ -61,7 +68,9 @@ class ElementHost {
   double height_ = 0;
   bool shown_ = false;
   std::unique_ptr<ControlView> view_;
+  std::unique_ptr<EditorMenuBar> menuBar_;
   std::unique_ptr<editor::ctlVellmar2> control_;
+  std::unique_ptr<Engine> engine_;  // the editing engine, in the editing area
 };
 
 // Public property names in the order of the control's public interface.

@@ -1,0 +1,559 @@
+#include "platform/browser/engine.h"
+
+#include <emscripten/em_js.h>
+#include <emscripten/em_macros.h>
+#include <emscripten/val.h>
+
+#include <cmath>
+#include <unordered_map>
+
+#include "common/diagnostics.h"
+#include "platform/browser/engine_undo.h"
+
+using JsHandle = emscripten::EM_VAL;
+
+// A browser callback that reports to the engine with that id; the engine may be gone by the time
+// the browser calls, in which case the report is dropped.
+EM_JS(JsHandle, vellmar_engine_listener, (int id, int kind), {
+  return Emval.toHandle(function(event) {
+    return Module["vellmarEngineEvent"](id, kind, event === undefined ? null : event);
+  });
+});
+
+namespace vellmar::browser {
+
+namespace {
+
+
+std::unordered_map<int, Engine*>& registry() {
+  static std::unordered_map<int, Engine*> engines;
+  return engines;
+}
+
+int gNextId = 1;
+
+const char* const kHandleNames[] = {"nw", "n", "ne", "e", "se", "s", "sw", "w"};
+
+// What the engine adds to the document's display only: the visual aids. An adopted style sheet
+// is never part of the document's markup.
+const char* const kVisualAidsCss =
+    "td, th { outline: 1px dotted #a0a0a0; outline-offset: -1px; }\n"
+    "table:not([border]), table[border=\"0\"], table[border=\"\"] { outline: 1px dashed #808080; }\n"
+    "a[name]:not([href])::before { content: \"\\2693\"; font: 10px sans-serif; color: #c00000;"
+    " border: 1px solid #c00000; background: #ffffe0; padding: 0 1px; margin-right: 1px; }\n";
+
+val createElement(const char* tag, const char* className) {
+  val element = val::global("document").call<val>("createElement", std::string(tag));
+  element.call<void>("setAttribute", std::string("class"), std::string(className));
+  return element;
+}
+
+std::string upper(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+std::string tagOf(const val& node) {
+  if (node.isNull() || node.isUndefined() || node["nodeType"].as<int>() != 1) return {};
+  return upper(node["tagName"].as<std::string>());
+}
+
+}  // namespace
+
+Engine* engineById(int id) {
+  auto it = registry().find(id);
+  return it == registry().end() ? nullptr : it->second;
+}
+
+Engine::Engine(val container) : id_(gNextId++), container_(std::move(container)) {
+  registry()[id_] = this;
+  box_ = createElement("div", "vellmar-engine-box");
+  frame_ = createElement("iframe", "vellmar-engine-frame");
+  // Same origin so that the engine can reach into the document; no allow-scripts, so that the
+  // document's own scripts never run.
+  frame_.call<void>("setAttribute", std::string("sandbox"), std::string("allow-same-origin"));
+  frame_.call<void>("setAttribute", std::string("title"), std::string("Document"));
+  box_.call<void>("appendChild", frame_);
+  overlay_ = createElement("div", "vellmar-engine-overlay");
+  box_.call<void>("appendChild", overlay_);
+
+  handles_ = createElement("div", "vellmar-engine-selection");
+  handles_.call<void>("setAttribute", std::string("hidden"), std::string(""));
+  for (const char* name : kHandleNames) {
+    val handle = createElement("div", "vellmar-engine-handle");
+    handle.call<void>("setAttribute", std::string("data-handle"), std::string(name));
+    handles_.call<void>("appendChild", handle);
+  }
+  handles_.call<void>("addEventListener", std::string("pointerdown"), listener(kHandleDown));
+  handles_.call<void>("addEventListener", std::string("pointermove"), listener(kHandleMove));
+  handles_.call<void>("addEventListener", std::string("pointerup"), listener(kHandleUp));
+  handles_.call<void>("addEventListener", std::string("pointercancel"), listener(kHandleUp));
+  overlay_.call<void>("appendChild", handles_);
+  container_.call<void>("appendChild", box_);
+
+  document_ = frame_["contentDocument"];
+  if (document_.isNull() || document_.isUndefined()) {
+    throw ProcedureError(5, "the editing frame has no document (the container is not in the page)");
+  }
+  observer_ = val::global("MutationObserver").new_(listener(kMutations));
+  history_ = std::make_unique<UndoHistory>(observer_);
+
+  const std::pair<const char*, EventKind> documentEvents[] = {
+      {"keydown", kKeyDown},     {"beforeinput", kBeforeInput}, {"input", kInput},
+      {"mousedown", kMouseDown}, {"click", kClick},             {"dblclick", kDblClick},
+      {"contextmenu", kContextMenu}, {"selectionchange", kSelectionChange}, {"scroll", kScroll},
+  };
+  for (const auto& [type, kind] : documentEvents) {
+    document_.call<void>("addEventListener", std::string(type), listener(kind), true);
+  }
+  overlay_.call<void>("addEventListener", std::string("mousedown"), listener(kOverlayDown));
+
+  val sheetType = frame_["contentWindow"]["CSSStyleSheet"];
+  visualAidsSheet_ = sheetType.new_();
+  visualAidsSheet_.call<void>("replaceSync", std::string(kVisualAidsCss));
+
+  loadDocument("<html><head></head><body></body></html>");
+}
+
+Engine::~Engine() {
+  registry().erase(id_);
+  if (!observer_.isUndefined()) observer_.call<void>("disconnect");
+  const val parent = box_["parentNode"];
+  if (!parent.isNull()) parent.call<val>("removeChild", box_);
+}
+
+val Engine::listener(int kind) const {
+  return val::take_ownership(vellmar_engine_listener(id_, kind));
+}
+
+// ---- the document ---------------------------------------------------------------------------
+
+dom::Document Engine::DOM() const { return dom::Document(document_); }
+
+std::string Engine::DocumentHTML() const {
+  // The base address is the engine's, not the document's: it is left out of the markup.
+  const bool hideBase = !baseElement_.isNull() && !baseElement_["parentNode"].isNull();
+  val head = val::null();
+  val next = val::null();
+  if (hideBase) {
+    head = baseElement_["parentNode"];
+    next = baseElement_["nextSibling"];
+    head.call<val>("removeChild", baseElement_);
+  }
+  std::string html = document_["documentElement"]["outerHTML"].as<std::string>();
+  if (hideBase) head.call<val>("insertBefore", baseElement_, next);
+  return html;
+}
+
+void Engine::setDocumentHTML(const std::string& html) { loadDocument(html); }
+
+void Engine::loadDocument(const std::string& html) {
+  busy_ = true;
+  hideMenu();
+  closeFind();
+  // The markup is parsed apart from the frame and moved in as nodes: the frame's document object
+  // stays the same (with the engine's listeners on it), and nothing in the markup can act while
+  // it is parsed. A refresh pragma would act on insertion, so it is dropped first.
+  val parsed = val::global("DOMParser").new_().call<val>("parseFromString", html, std::string("text/html"));
+  const val refreshes =
+      parsed.call<val>("querySelectorAll", std::string("meta[http-equiv=\"refresh\" i]"));
+  for (int i = refreshes["length"].as<int>() - 1; i >= 0; --i) refreshes[i].call<void>("remove");
+  val imported = document_.call<val>("importNode", parsed["documentElement"], true);
+  document_.call<val>("replaceChild", imported, document_["documentElement"]);
+  attachDocument();
+  busy_ = false;
+  val::global("setTimeout")(listener(kDocumentComplete), 0);
+}
+
+void Engine::attachDocument() {
+  document_.set("designMode", std::string("on"));
+  // The old engine's markup: <b>, <i>, <u>, <font ...>, and paragraphs on Enter.
+  document_.call<bool>("execCommand", std::string("styleWithCSS"), false, false);
+  document_.call<bool>("execCommand", std::string("defaultParagraphSeparator"), false, std::string("p"));
+  val body = document_["body"];
+  if (body.isNull()) {
+    body = document_.call<val>("createElement", std::string("body"));
+    document_["documentElement"].call<void>("appendChild", body);
+  }
+  observer_.call<void>("disconnect");
+  val options = val::object();
+  options.set("subtree", true);
+  options.set("childList", true);
+  options.set("attributes", true);
+  options.set("attributeOldValue", true);
+  options.set("characterData", true);
+  options.set("characterDataOldValue", true);
+  observer_.call<void>("observe", body, options);
+  observedBody_ = body;
+  history_->clear();
+  dom::setControlSelection(document_, dom::Element());
+  setVisualAids(visualAids_);
+  setBaseURL(baseUrl_);
+  findFrom_ = val::null();
+  lastSnapshot_ = val::null();
+  ++generation_;
+  dom::noteChange();
+}
+
+void Engine::setBaseURL(const std::string& url) {
+  baseUrl_ = url;
+  if (!baseElement_.isNull() && !baseElement_["parentNode"].isNull()) baseElement_.call<void>("remove");
+  if (url.empty()) return;
+  baseElement_ = document_.call<val>("createElement", std::string("base"));
+  baseElement_.call<void>("setAttribute", std::string("href"), url);
+  val head = document_["head"];
+  if (head.isNull()) return;
+  head.call<void>("insertBefore", baseElement_, head["firstChild"]);
+}
+
+void Engine::setVisualAids(bool on) {
+  visualAids_ = on;
+  val sheets = val::array();
+  if (on) sheets.call<void>("push", visualAidsSheet_);
+  document_.set("adoptedStyleSheets", sheets);
+}
+
+void Engine::focus() { frame_["contentWindow"].call<void>("focus"); }
+
+// ---- events ---------------------------------------------------------------------------------
+
+void Engine::setScriptHandler(const std::string& type, const val& handler) {
+  scriptHandlers_.set(type, handler);
+}
+
+void Engine::raise(const char* type, int x, int y, int index) {
+  const std::string name(type);
+  val entry = val::object();
+  entry.set("type", name);
+  if (name == "ShowContextMenu") {
+    entry.set("x", x);
+    entry.set("y", y);
+  }
+  if (name == "ContextMenuAction") entry.set("index", index);
+  entry.set("time", val::global("performance").call<double>("now"));
+  eventLog_.call<void>("push", entry);
+  if (eventLog_["length"].as<int>() > 4000) eventLog_.call<void>("splice", 0, 2000);
+
+  // The editor's handlers trap their own failures; a failure that escapes still must not stop
+  // the engine's event processing.
+  guarded(name, [&] {
+    if (name == "DocumentComplete" && events_.DocumentComplete) events_.DocumentComplete();
+    if (name == "DisplayChanged" && events_.DisplayChanged) events_.DisplayChanged();
+    if (name == "ShowContextMenu" && events_.ShowContextMenu) events_.ShowContextMenu(x, y);
+    if (name == "ContextMenuAction" && events_.ContextMenuAction) events_.ContextMenuAction(index);
+    if (name == "onclick" && events_.onclick) events_.onclick();
+    if (name == "ondblclick" && events_.ondblclick) events_.ondblclick();
+  });
+  const val handler = scriptHandlers_[name];
+  if (handler.typeOf().as<std::string>() == "function") {
+    val args = val::array();
+    args.call<void>("push", val::null());
+    if (name == "ShowContextMenu") {
+      args.call<void>("push", x);
+      args.call<void>("push", y);
+    }
+    if (name == "ContextMenuAction") args.call<void>("push", index);
+    guarded(name, [&] { dom::safeCall(handler, "call", args); });
+  }
+}
+
+val Engine::selectionSnapshot() const {
+  val selection = document_.call<val>("getSelection");
+  val snapshot = val::object();
+  if (selection.isNull() || selection["rangeCount"].as<int>() == 0) return val::null();
+  snapshot.set("anchorNode", selection["anchorNode"]);
+  snapshot.set("anchorOffset", selection["anchorOffset"]);
+  snapshot.set("focusNode", selection["focusNode"]);
+  snapshot.set("focusOffset", selection["focusOffset"]);
+  return snapshot;
+}
+
+bool Engine::sameSelection(const val& a, const val& b) const {
+  if (a.isNull() || b.isNull()) return a.isNull() && b.isNull();
+  return a["anchorNode"].strictlyEquals(b["anchorNode"]) &&
+         a["anchorOffset"].strictlyEquals(b["anchorOffset"]) &&
+         a["focusNode"].strictlyEquals(b["focusNode"]) &&
+         a["focusOffset"].strictlyEquals(b["focusOffset"]);
+}
+
+void Engine::noteChange(bool content) {
+  ++generation_;
+  changePending_ = true;
+  if (content) contentChanged_ = true;
+  if (!microtaskQueued_) {
+    microtaskQueued_ = true;
+    val::global("queueMicrotask")(listener(kMicrotask));
+  }
+}
+
+void Engine::fireDisplayChanged() {
+  changePending_ = false;
+  contentChanged_ = false;
+  firedThisFrame_ = true;
+  if (!frameQueued_) {
+    frameQueued_ = true;
+    val::global("requestAnimationFrame")(listener(kFrame));
+  }
+  lastSnapshot_ = selectionSnapshot();
+  updateHandles();
+  raise("DisplayChanged");
+}
+
+void Engine::handleEvent(int kind, const val& event) {
+  switch (kind) {
+    case kMutations:
+      history_->take(event);
+      noteChange(true);
+      break;
+    case kMicrotask:
+      microtaskQueued_ = false;
+      if (!changePending_) break;
+      if (firedThisFrame_) {
+        deferredToFrame_ = true;
+      } else {
+        fireDisplayChanged();
+      }
+      break;
+    case kFrame:
+      frameQueued_ = false;
+      firedThisFrame_ = false;
+      if (deferredToFrame_) {
+        deferredToFrame_ = false;
+        if (changePending_) fireDisplayChanged();
+      }
+      break;
+    case kSelectionChange: {
+      if (!sameSelection(selectionSnapshot(), lastSnapshot_)) noteChange(false);
+      break;
+    }
+    case kInput:
+      noteChange(true);
+      break;
+    case kKeyDown:
+      onKeyDown(event);
+      break;
+    case kBeforeInput:
+      onBeforeInput(event);
+      break;
+    case kMouseDown:
+      onMouseDown(event);
+      break;
+    case kClick:
+      raise("onclick");
+      break;
+    case kDblClick:
+      raise("ondblclick");
+      break;
+    case kContextMenu:
+      onContextMenu(event);
+      break;
+    case kScroll:
+      hideMenu();
+      updateHandles();
+      break;
+    case kHandleDown:
+      onHandleDown(event);
+      break;
+    case kHandleMove:
+      onHandleMove(event);
+      break;
+    case kHandleUp:
+      onHandleUp(event);
+      break;
+    case kMenuClick:
+      onMenuClick(event);
+      break;
+    case kMenuKey:
+      onMenuKey(event);
+      break;
+    case kOverlayDown:
+      // A press on the overlay outside the menu closes the menu.
+      if (!menu_.isUndefined() && !menu_.call<bool>("contains", event["target"])) hideMenu();
+      break;
+    case kFindClick:
+      onFindClick(event);
+      break;
+    case kFindKey:
+      onFindKey(event);
+      break;
+    case kDocumentComplete:
+      raise("DocumentComplete");
+      noteChange(true);
+      break;
+    case kPasteDone: {
+      if (event.isNull() || event.isUndefined()) break;
+      history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
+      const val html = event["html"];
+      if (html.isString() && !html.as<std::string>().empty()) {
+        browserCommand("insertHTML", html.as<std::string>());
+      } else if (event["text"].isString()) {
+        browserCommand("insertText", event["text"].as<std::string>());
+      }
+      noteChange(true);
+      break;
+    }
+    default:
+      break;
+  }
+}
+
+void Engine::onKeyDown(const val& event) {
+  hideMenu();
+  const std::string key = event["key"].isString() ? event["key"].as<std::string>() : std::string();
+  const bool ctrl = event["ctrlKey"].as<bool>() || event["metaKey"].as<bool>();
+  const bool shift = event["shiftKey"].as<bool>();
+  if (ctrl && !event["altKey"].as<bool>()) {
+    const std::string k = upper(key);
+    // The browser's own history would undo only what it saw itself; every undo goes through ours.
+    if (k == "Z" || k == "Y") {
+      event.call<void>("preventDefault");
+      guarded(k == "Z" && !shift ? "undo" : "redo", [&] {
+        const auto id = (k == "Z" && !shift) ? editing::Decmd::Undo : editing::Decmd::Redo;
+        if (QueryStatus(editing::decmdNumber(id)) == 3) ExecCommand(editing::decmdNumber(id));
+      });
+      return;
+    }
+    if (k == "F") {
+      event.call<void>("preventDefault");
+      openFind();
+      return;
+    }
+  }
+  static const char* const kNavigation[] = {"ArrowLeft", "ArrowRight", "ArrowUp", "ArrowDown",
+                                            "Home",      "End",        "PageUp",  "PageDown"};
+  for (const char* navigation : kNavigation) {
+    if (key == navigation) {
+      history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
+      break;
+    }
+  }
+}
+
+void Engine::onBeforeInput(const val& event) {
+  const std::string type = event["inputType"].isString() ? event["inputType"].as<std::string>() : "";
+  if (type == "historyUndo" || type == "historyRedo") {
+    event.call<void>("preventDefault");
+    const auto id = type == "historyUndo" ? editing::Decmd::Undo : editing::Decmd::Redo;
+    guarded(type, [&] {
+      if (QueryStatus(editing::decmdNumber(id)) == 3) ExecCommand(editing::decmdNumber(id));
+    });
+    return;
+  }
+  UndoHistory::Kind kind = UndoHistory::Kind::Other;
+  if (type == "insertText" || type == "insertCompositionText" || type == "insertReplacementText") {
+    kind = UndoHistory::Kind::Typing;
+  } else if (type.rfind("delete", 0) == 0 && type != "deleteByCut" && type != "deleteByDrag") {
+    kind = UndoHistory::Kind::Deleting;
+  }
+  history_->checkpoint(kind, selectionSnapshot());
+}
+
+void Engine::onMouseDown(const val& event) {
+  hideMenu();
+  history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
+  const val target = event["target"];
+  const std::string tag = tagOf(target);
+  const val body = document_["body"];
+  if (body.isNull() || !body.call<bool>("contains", target) || target.strictlyEquals(body)) return;
+  // An image or a rule is taken as a whole; so is a table when the press is on its own border
+  // (or between its cells), where the target is the table itself and not a cell.
+  if (tag == "IMG" || tag == "HR" || tag == "TABLE") {
+    event.call<void>("preventDefault");
+    focus();
+    selectControl(dom::Element(target));
+  }
+}
+
+void Engine::onContextMenu(const val& event) {
+  event.call<void>("preventDefault");
+  const int x = static_cast<int>(std::lround(event["clientX"].as<double>() + frame_["clientLeft"].as<double>()));
+  const int y = static_cast<int>(std::lround(event["clientY"].as<double>() + frame_["clientTop"].as<double>()));
+  menuX_ = x;
+  menuY_ = y;
+  menuCaptions_.clear();
+  menuStates_.clear();
+  menuRequested_ = true;
+  raise("ShowContextMenu", x, y);
+  menuRequested_ = false;
+  if (!menuCaptions_.empty()) showMenu(x, y);
+}
+
+// ---- control selection and handles ----------------------------------------------------------
+
+void Engine::selectControl(const dom::Element& element) {
+  dom::setControlSelection(document_, element);
+  noteChange(false);
+  updateHandles();
+}
+
+void Engine::updateHandles() {
+  const dom::Element control = dom::controlSelection(document_);
+  if (!control) {
+    if (!drag_.active) handles_.call<void>("setAttribute", std::string("hidden"), std::string(""));
+    return;
+  }
+  const val rect = control.js().call<val>("getBoundingClientRect");
+  const double left = rect["left"].as<double>() + frame_["clientLeft"].as<double>();
+  const double top = rect["top"].as<double>() + frame_["clientTop"].as<double>();
+  val style = handles_["style"];
+  style.set("left", std::to_string(left) + "px");
+  style.set("top", std::to_string(top) + "px");
+  style.set("width", std::to_string(rect["width"].as<double>()) + "px");
+  style.set("height", std::to_string(rect["height"].as<double>()) + "px");
+  handles_.call<void>("removeAttribute", std::string("hidden"));
+}
+
+void Engine::onHandleDown(const val& event) {
+  const val target = event["target"];
+  const val name = target.call<val>("getAttribute", std::string("data-handle"));
+  const dom::Element control = dom::controlSelection(document_);
+  if (name.isNull() || !control) return;
+  event.call<void>("preventDefault");
+  history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
+  const val rect = control.js().call<val>("getBoundingClientRect");
+  drag_.active = true;
+  drag_.handle = name.as<std::string>();
+  drag_.startX = event["clientX"].as<double>();
+  drag_.startY = event["clientY"].as<double>();
+  drag_.startWidth = rect["width"].as<double>();
+  drag_.startHeight = rect["height"].as<double>();
+  drag_.element = control.js();
+  target.call<void>("setPointerCapture", event["pointerId"]);
+}
+
+void Engine::onHandleMove(const val& event) {
+  if (!drag_.active) return;
+  const double dx = event["clientX"].as<double>() - drag_.startX;
+  const double dy = event["clientY"].as<double>() - drag_.startY;
+  const std::string& h = drag_.handle;
+  const bool east = h.find('e') != std::string::npos;
+  const bool west = h.find('w') != std::string::npos;
+  const bool south = h.find('s') != std::string::npos;
+  const bool north = h.find('n') != std::string::npos;
+  // The old engine sized elements through their inline style; the property panels move the
+  // sizes into attributes when they open.
+  dom::Style style = dom::Element(drag_.element).style();
+  if (east || west) {
+    const double width = std::max(1.0, drag_.startWidth + (east ? dx : -dx));
+    style.setWidth(std::to_string(std::lround(width)) + "px");
+  }
+  if (north || south) {
+    const double height = std::max(1.0, drag_.startHeight + (south ? dy : -dy));
+    style.setHeight(std::to_string(std::lround(height)) + "px");
+  }
+  updateHandles();
+}
+
+void Engine::onHandleUp(const val& event) {
+  if (!drag_.active) return;
+  drag_.active = false;
+  drag_.element = val::null();
+  const val target = event["target"];
+  if (target.call<bool>("hasPointerCapture", event["pointerId"])) {
+    target.call<void>("releasePointerCapture", event["pointerId"]);
+  }
+  history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
+  noteChange(true);
+}
+
+}  // namespace vellmar::browser

@@ -1,0 +1,257 @@
+#pragma once
+
+// The editing engine: the component the editor drives by command identifiers, command status,
+// selection and direct manipulation of the document's elements.
+//
+// The document lives in an <iframe sandbox="allow-same-origin"> whose document is in design mode.
+// The sandbox has no allow-scripts, so nothing in a loaded or pasted document (scripts, event
+// handler attributes, javascript: addresses) ever runs; the engine reaches into the document from
+// the page, which the shared origin allows.
+//
+// Commands the browser has (bold, lists, fontName, formatBlock, createLink, ...) are the browser's,
+// run with styleWithCSS off so that the markup is <b>, <i>, <u> and <font face|size|color>. The
+// rest is ours: table structure, the control selection of IMG / HR / TABLE with resize handles,
+// find, undo and redo over every change to the document, visual aids and the context menu.
+
+#include <emscripten/val.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "editing/decmd.h"
+#include "platform/browser/dom.h"
+
+namespace vellmar::browser {
+
+using emscripten::val;
+
+// The insert-table parameter object: `TableAttrs` is text placed inside the new TABLE tag,
+// `CellAttrs` inside every TD tag; an empty `Caption` makes no CAPTION.
+struct InsertTableParam {
+  long NumRows = 0;
+  long NumCols = 0;
+  std::string TableAttrs;
+  std::string CellAttrs;
+  std::string Caption;
+};
+
+// What ExecCommand takes as its value: nothing, a text, a number or the table parameters.
+using CommandValue = std::variant<std::monostate, std::string, double, InsertTableParam>;
+
+class UndoHistory;
+
+class Engine {
+ public:
+  // The events the engine raises to the editor. DisplayChanged follows every change of selection,
+  // caret or content, at most once per animation frame. ShowContextMenu(x, y) gives the pointer
+  // position relative to the engine's box; the handler answers with SetContextMenu, and the
+  // engine reports the chosen entry with ContextMenuAction(index).
+  struct Events {
+    std::function<void()> DocumentComplete;
+    std::function<void()> DisplayChanged;
+    std::function<void(int x, int y)> ShowContextMenu;
+    std::function<void(int index)> ContextMenuAction;
+    std::function<void()> onclick;
+    std::function<void()> ondblclick;
+  };
+
+  // Builds the engine's box (the frame and its overlays) inside `container`.
+  explicit Engine(val container);
+  ~Engine();
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+
+  Events& events() { return events_; }
+
+  // DECMDF status of a command: 0 not supported, 1 disabled, 3 enabled, 7 latched, 11 ninched.
+  std::int32_t QueryStatus(std::int32_t command);
+  // Runs a command. The GET commands answer with their value (block format name, font name,
+  // font size, colour); the others answer with an empty text. A command that is not supported or
+  // disabled fails with a ProcedureError, as the old engine's did.
+  std::string ExecCommand(std::int32_t command, std::int32_t option = 0,
+                          const CommandValue& value = {});
+
+  // The context menu for the current ShowContextMenu: parallel captions and states (0 normal,
+  // 2 grayed); an empty caption is a separator.
+  void SetContextMenu(const std::vector<std::string>& captions, const std::vector<std::int32_t>& states);
+
+  dom::Document DOM() const;
+  std::string DocumentHTML() const;
+  // Replaces the whole document. Undo history starts afresh; DocumentComplete follows.
+  void setDocumentHTML(const std::string& html);
+  bool Busy() const { return busy_; }
+  // The address relative addresses in the document resolve against; never part of the markup.
+  std::string BaseURL() const { return baseUrl_; }
+  void setBaseURL(const std::string& url);
+
+  // The visual-aids display switch: outlines for table cells and borderless tables, marks for
+  // named anchors. Display only; the document is unchanged.
+  bool visualAids() const { return visualAids_; }
+  void setVisualAids(bool on);
+
+  void focus();
+  // The engine's box inside the container, for the control to place, show and hide.
+  const val& box() const { return box_; }
+  const val& frame() const { return frame_; }
+
+  // The engine's test and integration surface on the page element (see engine_bindings.cpp).
+  void exposeTo(val element);
+
+  // Entry point of every browser event the engine listens to (see engine_bindings.cpp).
+  void handleEvent(int kind, const val& event);
+  // The events raised so far as {type, x, y, index, time}, for the test surface.
+  const val& eventLog() const { return eventLog_; }
+  // Handlers set from JavaScript through the test surface, called after the editor's own.
+  void setScriptHandler(const std::string& type, const val& handler);
+  int id() const { return id_; }
+
+  // Kinds of browser events, as the listeners report them.
+  enum EventKind : int {
+    kKeyDown, kBeforeInput, kInput, kMouseDown, kClick, kDblClick, kContextMenu, kSelectionChange,
+    kScroll, kMutations, kMicrotask, kFrame, kHandleDown, kHandleMove, kHandleUp, kMenuClick,
+    kMenuKey, kOverlayDown, kFindClick, kFindKey, kDocumentComplete, kPasteDone, kIgnore,
+  };
+
+ private:
+  // What the status of every command is derived from, read once per change of the document or
+  // the selection.
+  struct Context {
+    bool editable = false;  // there is a selection inside the body
+    std::string type = "None";
+    val range = val::null();
+    dom::Element control;
+    dom::Element start;  // the element at the start of the selection (for a control, the control)
+    dom::Element cell;   // the table cell around the start, if any
+    dom::Element link;   // the link (A with href) around the start, if any
+  };
+  struct TableGrid;
+
+  // ---- document and events (engine.cpp)
+  void loadDocument(const std::string& html);
+  void attachDocument();
+  val listener(int kind) const;
+  void raise(const char* type, int x = 0, int y = 0, int index = -1);
+  void noteChange(bool content);
+  void fireDisplayChanged();
+  val selectionSnapshot() const;
+  bool sameSelection(const val& a, const val& b) const;
+  void onKeyDown(const val& event);
+  void onBeforeInput(const val& event);
+  void onMouseDown(const val& event);
+  void onContextMenu(const val& event);
+
+  // ---- control selection and handles (engine.cpp)
+  void selectControl(const dom::Element& element);
+  void updateHandles();
+  void onHandleDown(const val& event);
+  void onHandleMove(const val& event);
+  void onHandleUp(const val& event);
+
+  // ---- commands (engine_commands.cpp)
+  const Context& context();
+  std::int32_t status(editing::Decmd id);
+  std::string execute(editing::Decmd id, const CommandValue& value);
+  bool browserCommand(const char* name, const std::string& value = std::string());
+  std::int32_t toggleStatus(const char* browserName, editing::Decmd id);
+  std::string blockFormatName() const;
+  std::string fontName() const;
+  std::string fontSize() const;
+  std::string foreColor() const;
+  void createLink(const std::string& url);
+  void unlink();
+  void insertImage(const std::string& source);
+  void paste();
+  void clipboardWrite(bool cut);
+
+  // ---- tables (engine_tables.cpp)
+  dom::Element caretCell() const;
+  std::vector<dom::Element> touchedCells(const dom::Element& table) const;
+  bool canMergeCells();
+  void insertTable(const InsertTableParam& param);
+  void insertRow();
+  void insertColumn();
+  void deleteRows();
+  void deleteColumns();
+  void mergeCells();
+  void splitCell();
+  void placeCaretIn(const dom::Element& element, bool atEnd = false);
+
+  // ---- find (engine_find.cpp)
+  void openFind();
+  void closeFind();
+  void findNext();
+  void onFindClick(const val& event);
+  void onFindKey(const val& event);
+
+  // ---- context menu (engine_menu.cpp)
+  void showMenu(int x, int y);
+  void hideMenu();
+  void chooseMenuItem(int index);
+  void onMenuClick(const val& event);
+  void onMenuKey(const val& event);
+
+  int id_;
+  Events events_;
+  val container_;
+  val box_ = val::undefined();       // the engine's box in the container
+  val frame_ = val::undefined();     // the iframe
+  val document_ = val::null();       // the frame's document
+  val overlay_ = val::undefined();   // handles, context menu and find dialog above the frame
+  val handles_ = val::undefined();
+  val menu_ = val::undefined();
+  val find_ = val::undefined();
+  val observer_ = val::undefined();  // the MutationObserver over the body
+  val observedBody_ = val::null();
+  val visualAidsSheet_ = val::undefined();
+  val eventLog_ = val::array();
+  val scriptHandlers_ = val::object();
+  val baseElement_ = val::null();
+  std::unique_ptr<UndoHistory> history_;
+
+  std::string baseUrl_;
+  bool busy_ = false;
+  bool visualAids_ = false;
+
+  // DisplayChanged coalescing: the first change of a frame is reported at the end of the task
+  // that made it; later changes in the same frame wait for the next frame.
+  bool microtaskQueued_ = false;
+  bool firedThisFrame_ = false;
+  bool frameQueued_ = false;
+  bool changePending_ = false;
+  bool contentChanged_ = false;
+  bool deferredToFrame_ = false;
+  val lastSnapshot_ = val::null();
+
+  // Status answers stay valid while neither the engine nor the DOM wrapper saw a change.
+  std::unique_ptr<Context> context_;
+  std::uint64_t contextGeneration_ = ~std::uint64_t{0};
+  std::uint64_t generation_ = 0;
+  std::int32_t statusCache_[64];
+  std::uint64_t statusGeneration_ = ~std::uint64_t{0};
+
+  // Resize by handle in progress.
+  struct Drag {
+    bool active = false;
+    std::string handle;
+    double startX = 0, startY = 0, startWidth = 0, startHeight = 0;
+    val element = val::null();
+  } drag_;
+
+  // Context menu.
+  std::vector<std::string> menuCaptions_;
+  std::vector<std::int32_t> menuStates_;
+  bool menuRequested_ = false;
+  int menuX_ = 0, menuY_ = 0;
+
+  // Find: where the next search starts, as a collapsed range; null means the top.
+  val findFrom_ = val::null();
+};
+
+// The engine living in the editor element `element` (by its test surface), or null.
+Engine* engineById(int id);
+
+}  // namespace vellmar::browser

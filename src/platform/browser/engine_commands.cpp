@@ -1,0 +1,534 @@
+// The engine's commands: what each DECMD identifier does, and what status it reports where the
+// caret stands.
+#include <emscripten/em_js.h>
+#include <emscripten/em_macros.h>
+#include <emscripten/val.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+
+#include "common/diagnostics.h"
+#include "platform/browser/engine.h"
+#include "platform/browser/engine_undo.h"
+
+using JsHandle = emscripten::EM_VAL;
+
+// Reads the clipboard (HTML preferred, else text) and reports {html, text} to `done`, or null
+// when the page may not read it.
+EM_JS(void, vellmar_engine_read_clipboard, (JsHandle done), {
+  var report = Emval.toValue(done);
+  if (!navigator.clipboard || !navigator.clipboard.read) { report(null); return; }
+  navigator.clipboard.read().then(function(items) {
+    for (var i = 0; i < items.length; i++) {
+      if (items[i].types.indexOf("text/html") >= 0) {
+        return items[i].getType("text/html").then(function(b) { return b.text(); })
+            .then(function(html) { return {html : html}; });
+      }
+    }
+    for (var j = 0; j < items.length; j++) {
+      if (items[j].types.indexOf("text/plain") >= 0) {
+        return items[j].getType("text/plain").then(function(b) { return b.text(); })
+            .then(function(text) { return {text : text}; });
+      }
+    }
+    return null;
+  }).then(report, function() { report(null); });
+});
+
+namespace vellmar::browser {
+
+using editing::Decmd;
+
+namespace {
+
+
+constexpr int kStatusNotSupported = 0;
+constexpr int kStatusDisabled = 1;
+constexpr int kStatusEnabled = 3;
+constexpr int kStatusLatched = 7;
+constexpr int kStatusNinched = 11;
+
+std::string upper(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+std::string trim(const std::string& text) {
+  const auto begin = text.find_first_not_of(" \t\r\n");
+  if (begin == std::string::npos) return {};
+  const auto end = text.find_last_not_of(" \t\r\n");
+  return text.substr(begin, end - begin + 1);
+}
+
+std::string escapeAttribute(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '"': out += "&quot;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      default: out += c;
+    }
+  }
+  return out;
+}
+
+// The block formats by the names the editor passes (and the engine reports), with their elements.
+struct BlockFormat {
+  const char* name;
+  const char* tag;
+};
+constexpr BlockFormat kBlockFormats[] = {
+    {"Normal", "P"},         {"Heading 1", "H1"}, {"Heading 2", "H2"}, {"Heading 3", "H3"},
+    {"Heading 4", "H4"},     {"Heading 5", "H5"}, {"Heading 6", "H6"}, {"Address", "ADDRESS"},
+    {"Formatted", "PRE"},
+};
+
+// Names the old engine gave blocks it could report but not set.
+constexpr BlockFormat kReportedOnly[] = {
+    {"Normal (DIV)", "DIV"}, {"Definition Term", "DT"}, {"Definition", "DD"},
+};
+
+std::string textValue(const CommandValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* number = std::get_if<double>(&value)) {
+    char buffer[32];
+    if (std::floor(*number) == *number) {
+      std::snprintf(buffer, sizeof buffer, "%lld", static_cast<long long>(*number));
+    } else {
+      std::snprintf(buffer, sizeof buffer, "%g", *number);
+    }
+    return buffer;
+  }
+  return {};
+}
+
+// "rgb(255, 128, 0)" as "#FF8000"; anything else unchanged.
+std::string colourText(const std::string& css) {
+  int r = 0, g = 0, b = 0;
+  if (std::sscanf(css.c_str(), "rgb(%d, %d, %d)", &r, &g, &b) == 3 ||
+      std::sscanf(css.c_str(), "rgba(%d, %d, %d", &r, &g, &b) == 3) {
+    char buffer[8];
+    std::snprintf(buffer, sizeof buffer, "#%02X%02X%02X", r & 0xFF, g & 0xFF, b & 0xFF);
+    return buffer;
+  }
+  if (!css.empty() && css[0] == '#') return upper(css);
+  return css;
+}
+
+// The first family of a font list, without quotes: "'Times New Roman', serif" gives
+// "Times New Roman".
+std::string firstFamily(const std::string& list) {
+  std::string family = trim(list.substr(0, list.find(',')));
+  if (family.size() >= 2 && (family.front() == '"' || family.front() == '\'') &&
+      family.back() == family.front()) {
+    family = family.substr(1, family.size() - 2);
+  }
+  return family;
+}
+
+}  // namespace
+
+
+const Engine::Context& Engine::context() {
+  const std::uint64_t stamp = generation_ + dom::changeCount();
+  if (context_ && stamp == contextGeneration_) return *context_;
+  auto context = std::make_unique<Context>();
+  const dom::Document document(document_);
+  const dom::Element body = document.body();
+  const dom::SelectionObject selection = document.selection();
+  context->type = selection.type();
+  val native = document_.call<val>("getSelection");
+  if (body && !native.isNull() && native["rangeCount"].as<int>() > 0) {
+    context->range = native.call<val>("getRangeAt", 0);
+    const val container = context->range["commonAncestorContainer"];
+    context->editable = body.js().call<bool>("contains", container);
+  }
+  if (context->editable) {
+    if (context->type == "Control") {
+      context->control = selection.createControlRange().item(0);
+      context->start = context->control;
+    } else {
+      dom::TextRange caret(document_, context->range.call<val>("cloneRange"));
+      caret.collapse(true);
+      context->start = caret.parentElement();
+    }
+    // One walk up to the body finds both the cell and the link.
+    for (dom::Element e = context->type == "Control" ? context->start.parentElement() : context->start;
+         e && !(e == body); e = e.parentElement()) {
+      const std::string tag = e.tagName();
+      if (!context->cell && (tag == "TD" || tag == "TH")) context->cell = e;
+      if (!context->link && tag == "A" && e.hasAttribute("href")) context->link = e;
+    }
+  }
+  context_ = std::move(context);
+  contextGeneration_ = stamp;
+  return *context_;
+}
+
+bool Engine::browserCommand(const char* name, const std::string& value) {
+  const bool done = dom::call(document_, "execCommand", std::string(name), false, value).as<bool>();
+  dom::noteChange();
+  return done;
+}
+
+std::int32_t Engine::toggleStatus(const char* browserName, Decmd id) {
+  const Context& ctx = context();
+  if (!ctx.editable) return kStatusDisabled;
+  const bool characterStyle = id == Decmd::Bold || id == Decmd::Italic || id == Decmd::Underline;
+  if (characterStyle && ctx.type == "Control") return kStatusDisabled;
+  if (document_.call<bool>("queryCommandState", std::string(browserName))) return kStatusLatched;
+  if (!characterStyle || ctx.type != "Text") return kStatusEnabled;
+  // Not the whole selection has the style: if some of its text has, the state is mixed.
+  const val view = document_["defaultView"];
+  const val body = document_["body"];
+  val walker = document_.call<val>("createTreeWalker", ctx.range["commonAncestorContainer"], 4 /*text*/);
+  int inspected = 0;
+  for (val node = walker.call<val>("nextNode"); !node.isNull() && inspected < 2000;
+       node = walker.call<val>("nextNode")) {
+    if (!ctx.range.call<bool>("intersectsNode", node)) continue;
+    if (trim(node["data"].as<std::string>()).empty()) continue;
+    ++inspected;
+    val element = node["parentElement"];
+    const val style = view.call<val>("getComputedStyle", element);
+    if (id == Decmd::Bold) {
+      const std::string weight = style["fontWeight"].as<std::string>();
+      if (weight == "bold" || weight == "bolder" || std::atoi(weight.c_str()) >= 600) return kStatusNinched;
+    } else if (id == Decmd::Italic) {
+      const std::string slant = style["fontStyle"].as<std::string>();
+      if (slant == "italic" || slant == "oblique") return kStatusNinched;
+    } else {
+      // Underlining is drawn by an ancestor and not inherited as a computed value.
+      for (val e = element; !e.isNull() && !e.strictlyEquals(body); e = e["parentElement"]) {
+        const std::string line =
+            view.call<val>("getComputedStyle", e)["textDecorationLine"].as<std::string>();
+        if (line.find("underline") != std::string::npos) return kStatusNinched;
+      }
+    }
+  }
+  return kStatusEnabled;
+}
+
+std::int32_t Engine::QueryStatus(std::int32_t command) {
+  const auto id = editing::decmdFromNumber(command);
+  if (!id) return kStatusNotSupported;
+  // The tracker asks for some forty statuses per display change, several twice; answers are
+  // kept while neither the document nor the selection changed.
+  const std::uint64_t stamp = generation_ + dom::changeCount();
+  const int slot = command - 5000;
+  if (stamp != statusGeneration_) {
+    std::fill(std::begin(statusCache_), std::end(statusCache_), -1);
+    statusGeneration_ = stamp;
+  }
+  if (slot >= 0 && slot < 64 && statusCache_[slot] >= 0) return statusCache_[slot];
+  std::int32_t result = kStatusDisabled;
+  guarded("QueryStatus", [&] { result = status(*id); });
+  if (slot >= 0 && slot < 64) statusCache_[slot] = result;
+  return result;
+}
+
+std::int32_t Engine::status(Decmd id) {
+  const Context& ctx = context();
+  const bool text = ctx.editable && ctx.type != "Control";
+  switch (id) {
+    case Decmd::Bold: return toggleStatus("bold", id);
+    case Decmd::Italic: return toggleStatus("italic", id);
+    case Decmd::Underline: return toggleStatus("underline", id);
+    case Decmd::JustifyLeft: return toggleStatus("justifyLeft", id);
+    case Decmd::JustifyCenter: return toggleStatus("justifyCenter", id);
+    case Decmd::JustifyRight: return toggleStatus("justifyRight", id);
+    case Decmd::OrderList: return toggleStatus("insertOrderedList", id);
+    case Decmd::UnorderList: return toggleStatus("insertUnorderedList", id);
+    case Decmd::Indent:
+    case Decmd::Outdent:
+    case Decmd::Paste:
+    case Decmd::Image:
+    case Decmd::InsertTable:
+    case Decmd::Hyperlink:
+      return ctx.editable ? kStatusEnabled : kStatusDisabled;
+    case Decmd::Cut:
+    case Decmd::Copy:
+    case Decmd::Delete:
+      return ctx.editable && ctx.type != "None" ? kStatusEnabled : kStatusDisabled;
+    case Decmd::SelectAll:
+    case Decmd::FindText:
+      return document_["body"].isNull() ? kStatusDisabled : kStatusEnabled;
+    case Decmd::Undo: return history_->canUndo() ? kStatusEnabled : kStatusDisabled;
+    case Decmd::Redo: return history_->canRedo() ? kStatusEnabled : kStatusDisabled;
+    case Decmd::Unlink: {
+      if (!ctx.editable) return kStatusDisabled;
+      if (ctx.link) return kStatusEnabled;
+      if (ctx.type == "None") return kStatusDisabled;
+      // A selection that takes in any link can be unlinked.
+      const val links = document_["links"];
+      for (int i = 0, n = links["length"].as<int>(); i < n; ++i) {
+        if (ctx.range.call<bool>("intersectsNode", links[i])) return kStatusEnabled;
+      }
+      return kStatusDisabled;
+    }
+    case Decmd::RemoveFormat:
+    case Decmd::SetBlockFmt:
+    case Decmd::GetBlockFmt:
+    case Decmd::SetFontName:
+    case Decmd::GetFontName:
+    case Decmd::SetFontSize:
+    case Decmd::GetFontSize:
+    case Decmd::SetForeColor:
+    case Decmd::GetForeColor:
+    case Decmd::SetBackColor:
+    case Decmd::GetBackColor:
+      return text ? kStatusEnabled : kStatusDisabled;
+    // Table structure needs the caret in a table cell.
+    case Decmd::InsertRow:
+    case Decmd::InsertCol:
+    case Decmd::DeleteRows:
+    case Decmd::DeleteCols:
+      return ctx.cell ? kStatusEnabled : kStatusDisabled;
+    case Decmd::MergeCells: return canMergeCells() ? kStatusEnabled : kStatusDisabled;
+    case Decmd::SplitCell:
+      return ctx.cell && ctx.cell.colSpan() > 1 ? kStatusEnabled : kStatusDisabled;
+    default:
+      return kStatusNotSupported;
+  }
+}
+
+std::string Engine::ExecCommand(std::int32_t command, std::int32_t /*option*/, const CommandValue& value) {
+  const auto id = editing::decmdFromNumber(command);
+  const std::int32_t state = id ? status(*id) : kStatusNotSupported;
+  if (state == kStatusNotSupported) {
+    throw ProcedureError(438, "Command " + std::to_string(command) + " is not supported");
+  }
+  if (state == kStatusDisabled) {
+    throw ProcedureError(-2147467259, "Command " + std::string(editing::decmdName(*id)) + " is disabled");
+  }
+  // Everything before this command is a step of its own; what the command and any direct
+  // changes right after it do, until the next user action, is one step.
+  if (*id != Decmd::Undo && *id != Decmd::Redo) {
+    history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
+  }
+  std::string result = execute(*id, value);
+  noteChange(true);
+  return result;
+}
+
+std::string Engine::execute(Decmd id, const CommandValue& value) {
+  const std::string text = textValue(value);
+  switch (id) {
+    case Decmd::Bold: browserCommand("bold"); break;
+    case Decmd::Italic: browserCommand("italic"); break;
+    case Decmd::Underline: browserCommand("underline"); break;
+    case Decmd::JustifyLeft: browserCommand("justifyLeft"); break;
+    case Decmd::JustifyCenter: browserCommand("justifyCenter"); break;
+    case Decmd::JustifyRight: browserCommand("justifyRight"); break;
+    case Decmd::OrderList: browserCommand("insertOrderedList"); break;
+    case Decmd::UnorderList: browserCommand("insertUnorderedList"); break;
+    case Decmd::Indent: browserCommand("indent"); break;
+    case Decmd::Outdent: browserCommand("outdent"); break;
+    case Decmd::RemoveFormat: browserCommand("removeFormat"); break;
+    case Decmd::SelectAll:
+      dom::setControlSelection(document_, dom::Element());
+      browserCommand("selectAll");
+      break;
+    case Decmd::Delete: browserCommand("delete"); break;
+    case Decmd::Cut: clipboardWrite(true); break;
+    case Decmd::Copy: clipboardWrite(false); break;
+    case Decmd::Paste: paste(); break;
+    case Decmd::FindText: openFind(); break;
+    case Decmd::Undo:
+    case Decmd::Redo: {
+      const val snapshot = selectionSnapshot();
+      const val restore = id == Decmd::Undo ? history_->undo(snapshot) : history_->redo(snapshot);
+      dom::setControlSelection(document_, dom::Element());
+      if (!restore.isNull() && restore["anchorNode"]["isConnected"].as<bool>() &&
+          restore["focusNode"]["isConnected"].as<bool>()) {
+        val selection = document_.call<val>("getSelection");
+        guarded(id == Decmd::Undo ? "undo" : "redo", [&] {
+          dom::call(selection, "setBaseAndExtent", restore["anchorNode"], restore["anchorOffset"],
+                    restore["focusNode"], restore["focusOffset"]);
+        });
+      }
+      break;
+    }
+    case Decmd::SetBlockFmt: {
+      std::string tag;
+      const std::string wanted = upper(trim(text));
+      for (const auto& format : kBlockFormats) {
+        if (upper(format.name) == wanted || format.tag == wanted || "<" + std::string(format.tag) + ">" == wanted) {
+          tag = format.tag;
+        }
+      }
+      if (tag.empty()) throw ProcedureError(5, "Unknown block format " + text);
+      browserCommand("formatBlock", "<" + tag + ">");
+      break;
+    }
+    case Decmd::SetFontName:
+      if (text.empty()) throw ProcedureError(5, "No font name");
+      browserCommand("fontName", text);
+      break;
+    case Decmd::SetFontSize: {
+      const int size = std::atoi(text.c_str());
+      if (size < 1 || size > 7) throw ProcedureError(5, "Font size " + text + " is not 1 to 7");
+      browserCommand("fontSize", std::to_string(size));
+      break;
+    }
+    case Decmd::SetForeColor: browserCommand("foreColor", text); break;
+    case Decmd::SetBackColor: browserCommand("backColor", text); break;
+    case Decmd::GetBlockFmt: return blockFormatName();
+    case Decmd::GetFontName: return fontName();
+    case Decmd::GetFontSize: return fontSize();
+    case Decmd::GetForeColor: return foreColor();
+    case Decmd::GetBackColor:
+      return colourText(document_.call<val>("queryCommandValue", std::string("backColor")).as<std::string>());
+    case Decmd::Hyperlink:
+      if (text.empty()) throw ProcedureError(5, "No address for the link");
+      createLink(text);
+      break;
+    case Decmd::Unlink: unlink(); break;
+    case Decmd::Image:
+      if (text.empty()) throw ProcedureError(5, "No image address");
+      insertImage(text);
+      break;
+    case Decmd::InsertTable: {
+      const auto* param = std::get_if<InsertTableParam>(&value);
+      if (!param) throw ProcedureError(13, "The table parameters are missing");
+      insertTable(*param);
+      break;
+    }
+    case Decmd::InsertRow: insertRow(); break;
+    case Decmd::InsertCol: insertColumn(); break;
+    case Decmd::DeleteRows: deleteRows(); break;
+    case Decmd::DeleteCols: deleteColumns(); break;
+    case Decmd::MergeCells: mergeCells(); break;
+    case Decmd::SplitCell: splitCell(); break;
+    default:
+      throw ProcedureError(438, "Command " + std::string(editing::decmdName(id)) + " is not supported");
+  }
+  return {};
+}
+
+// ---- the GET commands: values in the forms the selection tracker compares ---------------------
+
+std::string Engine::blockFormatName() const {
+  const dom::Element body = dom::Document(document_).body();
+  const Context& ctx = const_cast<Engine*>(this)->context();
+  for (dom::Element e = ctx.start; e && !(e == body); e = e.parentElement()) {
+    const std::string tag = e.tagName();
+    for (const auto& format : kBlockFormats) {
+      if (tag == format.tag) return format.name;
+    }
+    if (tag == "LI") {
+      const dom::Element list = e.parentElement();
+      return list && list.tagName() == "OL" ? "Numbered List" : "Bulleted List";
+    }
+    for (const auto& format : kReportedOnly) {
+      if (tag == format.tag) return format.name;
+    }
+    if (tag == "TD" || tag == "TH" || tag == "BLOCKQUOTE") break;
+  }
+  return "Normal";
+}
+
+std::string Engine::fontName() const {
+  const dom::Element body = dom::Document(document_).body();
+  const Context& ctx = const_cast<Engine*>(this)->context();
+  for (dom::Element e = ctx.start; e && !(e == body); e = e.parentElement()) {
+    if (e.tagName() == "FONT") {
+      const auto face = e.getAttribute("face");
+      if (face && !trim(*face).empty()) return firstFamily(*face);
+    }
+  }
+  if (!ctx.start) return {};
+  const val style = document_["defaultView"].call<val>("getComputedStyle", ctx.start.js());
+  return firstFamily(style["fontFamily"].as<std::string>());
+}
+
+std::string Engine::fontSize() const {
+  const dom::Element body = dom::Document(document_).body();
+  const Context& ctx = const_cast<Engine*>(this)->context();
+  for (dom::Element e = ctx.start; e && !(e == body); e = e.parentElement()) {
+    if (e.tagName() != "FONT") continue;
+    const std::string size = trim(e.attribute("size"));
+    if (size.empty()) continue;
+    // Relative sizes count from the default size 3.
+    int value = std::atoi(size.c_str());
+    if (size[0] == '+' || size[0] == '-') value += 3;
+    return std::to_string(std::clamp(value, 1, 7));
+  }
+  return document_.call<val>("queryCommandValue", std::string("fontSize")).as<std::string>();
+}
+
+std::string Engine::foreColor() const {
+  const dom::Element body = dom::Document(document_).body();
+  const Context& ctx = const_cast<Engine*>(this)->context();
+  for (dom::Element e = ctx.start; e && !(e == body); e = e.parentElement()) {
+    if (e.tagName() == "FONT" && !trim(e.attribute("color")).empty()) return colourText(e.attribute("color"));
+  }
+  if (!ctx.start) return {};
+  const val style = document_["defaultView"].call<val>("getComputedStyle", ctx.start.js());
+  return colourText(style["color"].as<std::string>());
+}
+
+// ---- links, images, clipboard -----------------------------------------------------------------
+
+void Engine::createLink(const std::string& url) {
+  const Context& ctx = context();
+  // The caret (or a selection) inside one link changes that link's address.
+  if (ctx.link && ctx.type != "Control") {
+    val end = ctx.range["endContainer"];
+    if (ctx.link.js().call<bool>("contains", end)) {
+      dom::Element(ctx.link).setAttribute("href", url);
+      return;
+    }
+  }
+  // Otherwise the selection becomes a link (a caret gets the address itself as the link text).
+  browserCommand("createLink", url);
+}
+
+void Engine::unlink() {
+  const Context& ctx = context();
+  if (ctx.link && (ctx.type == "None" || ctx.link.js().call<bool>("contains", ctx.range["endContainer"]))) {
+    // The link goes, its contents stay where it was.
+    val link = ctx.link.js();
+    val parent = link["parentNode"];
+    while (!link["firstChild"].isNull()) parent.call<void>("insertBefore", link["firstChild"], link);
+    parent.call<val>("removeChild", link);
+    dom::noteChange();
+    return;
+  }
+  browserCommand("unlink");
+}
+
+void Engine::insertImage(const std::string& source) {
+  static int counter = 0;
+  const std::string marker = "vellmar-new-image-" + std::to_string(++counter);
+  browserCommand("insertHTML", "<img src=\"" + escapeAttribute(source) + "\" id=\"" + marker + "\">");
+  dom::Element image = dom::Document(document_).getElementById(marker);
+  if (!image) throw ProcedureError(5, "The image was not inserted");
+  image.removeAttribute("id");
+  // The inserted image is left selected as a whole, so the editor can set its attributes.
+  selectControl(image);
+}
+
+void Engine::paste() {
+  if (browserCommand("paste")) return;
+  // A page may not paste through the editing command; the clipboard is read instead and its
+  // content inserted when it arrives.
+  vellmar_engine_read_clipboard(listener(kPasteDone).as_handle());
+}
+
+void Engine::clipboardWrite(bool cut) {
+  if (browserCommand(cut ? "cut" : "copy")) return;
+  const val selection = document_.call<val>("getSelection");
+  const val clipboard = val::global("navigator")["clipboard"];
+  if (!clipboard.isUndefined()) {
+    clipboard.call<val>("writeText", selection.call<val>("toString"))
+        .call<val>("catch", listener(kIgnore));
+  }
+  if (cut) browserCommand("delete");
+}
+
+}  // namespace vellmar::browser

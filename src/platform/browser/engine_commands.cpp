@@ -324,8 +324,31 @@ std::string Engine::execute(Decmd id, const CommandValue& value) {
     case Decmd::JustifyLeft: browserCommand("justifyLeft"); break;
     case Decmd::JustifyCenter: browserCommand("justifyCenter"); break;
     case Decmd::JustifyRight: browserCommand("justifyRight"); break;
-    case Decmd::OrderList: browserCommand("insertOrderedList"); break;
-    case Decmd::UnorderList: browserCommand("insertUnorderedList"); break;
+    case Decmd::OrderList:
+    case Decmd::UnorderList: {
+      browserCommand(id == Decmd::OrderList ? "insertOrderedList" : "insertUnorderedList");
+      // The browser can leave the new list inside the paragraph it came from, which no parser
+      // would ever build; a paragraph holding nothing but the list gives way to it.
+      const val wrapped = document_["body"].call<val>("querySelectorAll", std::string("p > ul, p > ol"));
+      // Moving the list would drop a selection inside it; the selection is put back after.
+      const val kept = selectionSnapshot();
+      for (int i = 0, n = wrapped["length"].as<int>(); i < n; ++i) {
+        val list = wrapped[i];
+        val paragraph = list["parentNode"];
+        const std::string rest = paragraph["textContent"].as<std::string>().size() ==
+                                         list["textContent"].as<std::string>().size()
+                                     ? ""
+                                     : "text";
+        if (rest.empty() && paragraph["children"]["length"].as<int>() == 1) {
+          paragraph["parentNode"].call<val>("replaceChild", list, paragraph);
+        }
+      }
+      if (wrapped["length"].as<int>() > 0 && !kept.isNull()) {
+        dom::call(document_.call<val>("getSelection"), "setBaseAndExtent", kept["anchorNode"],
+                  kept["anchorOffset"], kept["focusNode"], kept["focusOffset"]);
+      }
+      break;
+    }
     case Decmd::Indent: browserCommand("indent"); break;
     case Decmd::Outdent: browserCommand("outdent"); break;
     case Decmd::RemoveFormat: browserCommand("removeFormat"); break;

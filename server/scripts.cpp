@@ -198,7 +198,6 @@ void Scripts::install(httplib::Server& http) {
       if (const auto dot = name.rfind('.'); dot != std::string::npos && dot > 0) name.resize(dot);
     }
     const StoredImage image = media_.add(name, file->content);
-    res.status = 201;
     res.set_content("<p>Stored the image " + image.name + " as " + MediaStore::kUrlPrefix +
                         image.file + " (" + std::to_string(image.size) + " bytes, " +
                         std::to_string(image.width) + " x " + std::to_string(image.height) +

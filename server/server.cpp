@@ -1,6 +1,7 @@
 #include "server/server.h"
 
 #include <httplib.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -177,9 +178,19 @@ std::string ReferenceServer::start() {
 
   auto& http = impl_->http;
   http.new_task_queue = [] { return new httplib::ThreadPool(kWorkerThreads); };
+  // One request per connection. The editor sends "Connection: Close", which the library only
+  // recognises in lower case; without this every editor request would wait out the keep-alive
+  // time before its answer is complete (the editor reads to the server's close).
+  http.set_keep_alive_max_count(1);
   // Large enough for any document; an image beyond the upload limit is read and then refused
   // with its own message, a body beyond this is cut off by the library with 413.
   http.set_payload_max_length(std::max<std::size_t>(o.maxUpload + (1u << 20), 32u << 20));
+  // The library's default also sets SO_REUSEPORT, which would let a second server share a port
+  // that is taken instead of failing at start.
+  http.set_socket_options([](socket_t sock) {
+    int yes = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+  });
   http.set_mount_point("/vellmar", o.webDir.string());
   http.set_mount_point("/demo", o.demoDir.string());
   http.set_file_extension_and_mimetype_mapping("wasm", "application/wasm");

@@ -1,0 +1,191 @@
+#include "server_fixture.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace vellmar::servertest {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kDemoTemplate =
+    "<html><body><object type=\"application/x-vellmar\">\n"
+    "<param name=\"domain\" value=\"{{DOMAIN}}\">\n"
+    "<param name=\"port\" value=\"{{PORT}}\">\n"
+    "<param name=\"CookieName1\" value=\"{{COOKIE_NAME}}\">\n"
+    "<param name=\"CookieValue1\" value=\"{{COOKIE_VALUE}}\">\n"
+    "<param name=\"MaxUploadSize\" value=\"{{MAX_UPLOAD}}\">\n"
+    "</object></body></html>\n";
+
+std::string paramValue(const std::string& page, const std::string& name) {
+  const std::string key = "<param name=\"" + name + "\" value=\"";
+  const auto at = page.find(key);
+  if (at == std::string::npos) return {};
+  const auto start = at + key.size();
+  return page.substr(start, page.find('"', start) - start);
+}
+
+}  // namespace
+
+TempDir::TempDir() {
+  std::string pattern = (fs::temp_directory_path() / "vellmar-server-test-XXXXXX").string();
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+  path_ = pattern;
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  fs::remove_all(path_, ec);
+}
+
+ServerProcess::ServerProcess(fs::path dataDir, std::vector<std::string> extraArgs)
+    : dataDir_(std::move(dataDir)) {
+  // The server needs a browser build and a demo page; these stand-ins keep the tests independent
+  // of the web build.
+  const fs::path site = dataDir_.parent_path() / (dataDir_.filename().string() + "-site");
+  fs::create_directories(site / "web");
+  fs::create_directories(site / "demo");
+  writeFile(site / "web" / "vellmar.js", "// stand-in\n");
+  writeFile(site / "demo" / "index.html", kDemoTemplate);
+
+  std::vector<std::string> args = {VELLMAR_SERVER_BINARY, "--host", "127.0.0.1", "--port", "0",
+                                   "--data", dataDir_.string(), "--web", (site / "web").string(),
+                                   "--demo", (site / "demo").string()};
+  args.insert(args.end(), extraArgs.begin(), extraArgs.end());
+
+  int out[2];
+  if (pipe(out) != 0) throw std::runtime_error("pipe failed");
+  pid_ = fork();
+  if (pid_ < 0) throw std::runtime_error("fork failed");
+  if (pid_ == 0) {
+    dup2(out[1], STDOUT_FILENO);
+    close(out[0]);
+    close(out[1]);
+    std::vector<char*> argv;
+    for (auto& a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  close(out[1]);
+
+  // The first line names the port: "vellmar-server listening on http://127.0.0.1:PORT/".
+  std::string line;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (line.find('\n') == std::string::npos && std::chrono::steady_clock::now() < deadline) {
+    pollfd p{out[0], POLLIN, 0};
+    if (poll(&p, 1, 200) <= 0) continue;
+    char buf[256];
+    const ssize_t n = read(out[0], buf, sizeof buf);
+    if (n <= 0) break;
+    line.append(buf, static_cast<size_t>(n));
+  }
+  close(out[0]);
+  const auto at = line.find("127.0.0.1:");
+  if (at == std::string::npos) {
+    kill();
+    throw std::runtime_error("vellmar-server did not start: '" + line + "'");
+  }
+  port_ = std::atoi(line.c_str() + at + 10);
+}
+
+ServerProcess::~ServerProcess() {
+  if (pid_ > 0) stop();
+}
+
+void ServerProcess::kill() {
+  if (pid_ <= 0) return;
+  ::kill(pid_, SIGKILL);
+  int status = 0;
+  waitpid(pid_, &status, 0);
+  pid_ = -1;
+}
+
+int ServerProcess::stop() {
+  if (pid_ <= 0) return -1;
+  ::kill(pid_, SIGTERM);
+  int status = 0;
+  waitpid(pid_, &status, 0);
+  pid_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+Outcome exchange(int port, int method, const std::string& path,
+                 const std::function<void(http::ctlHttpRequest&)>& prepare) {
+  native::PollLoop loop;
+  http::ctlHttpRequest request(loop);
+  Outcome outcome;
+  bool done = false;
+  request.events.complete = [&](const std::string& body) {
+    outcome = {"complete", body, "", 0};
+    done = true;
+  };
+  request.events.parseError = [&](int number, const std::string& message, const std::string& text) {
+    outcome = {"parseError", text, message, number};
+    done = true;
+  };
+  request.events.error = [&](int number, const std::string& description) {
+    outcome = {"error", "", description, number};
+    done = true;
+  };
+  request.events.timeout = [&] {
+    outcome = {"timeout", "", "", 0};
+    done = true;
+  };
+  request.reset();
+  if (prepare) prepare(request);
+  request.http(method, "127.0.0.1", path, 20, port);
+  loop.runUntil([&] { return done; });
+  return outcome;
+}
+
+std::string demoSession(int port, std::string* page) {
+  const Outcome o = exchange(port, 0, "/");
+  if (page) *page = o.body;
+  return paramValue(o.body, "CookieValue1");
+}
+
+Outcome sessionExchange(int port, const std::string& session, int method, const std::string& path,
+                        const std::function<void(http::ctlHttpRequest&)>& addFields) {
+  return exchange(port, method, path, [&](http::ctlHttpRequest& r) {
+    r.addCookieVariable("vmSession", session);
+    if (addFields) addFields(r);
+  });
+}
+
+std::string readFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream bytes;
+  bytes << in.rdbuf();
+  return bytes.str();
+}
+
+void writeFile(const fs::path& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << bytes;
+}
+
+std::string sqlite(const fs::path& db, const std::string& sql) {
+  const std::string command = "sqlite3 '" + db.string() + "' \"" + sql + "\" 2>&1";
+  std::string out;
+  if (FILE* p = popen(command.c_str(), "r")) {
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
+    pclose(p);
+  }
+  while (!out.empty() && (out.back() == '\n' || out.back() == '\r')) out.pop_back();
+  return out;
+}
+
+}  // namespace vellmar::servertest

@@ -79,6 +79,9 @@ class Database {
   // Runs `body` inside one transaction; rolls back when it throws, then rethrows.
   template <class Body>
   auto write(Body&& body) {
+    // Writers queue here rather than in SQLite, whose busy handler sleeps in growing steps and
+    // would turn contention into long tail latencies.
+    std::lock_guard writing(writeMutex_);
     Lease lease(*this);
     Transaction tx(*lease);
     if constexpr (std::is_void_v<decltype(body(*lease))>) {
@@ -134,7 +137,8 @@ class Database {
   void release(std::unique_ptr<Connection> conn);
 
   std::filesystem::path file_;
-  std::mutex mutex_;
+  std::mutex mutex_;  // guards idle_
+  std::mutex writeMutex_;
   std::vector<std::unique_ptr<Connection>> idle_;
 };
 

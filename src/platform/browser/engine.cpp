@@ -296,7 +296,9 @@ void Engine::fireDisplayChanged() {
   }
   lastSnapshot_ = selectionSnapshot();
   updateHandles();
+  caching_ = true;
   raise("DisplayChanged");
+  caching_ = false;
 }
 
 void Engine::handleEvent(int kind, const val& event) {

@@ -226,7 +226,10 @@ class Engine {
   bool deferredToFrame_ = false;
   val lastSnapshot_ = val::null();
 
-  // Status answers stay valid while neither the engine nor the DOM wrapper saw a change.
+  // Status answers stay valid while neither the engine nor the DOM wrapper saw a change, and only
+  // while a DisplayChanged is being handled: outside it the browser may have moved the selection
+  // without telling anyone yet (selectionchange comes later).
+  bool caching_ = false;
   std::unique_ptr<Context> context_;
   std::uint64_t contextGeneration_ = ~std::uint64_t{0};
   std::uint64_t generation_ = 0;

@@ -136,7 +136,7 @@ std::string firstFamily(const std::string& list) {
 
 const Engine::Context& Engine::context() {
   const std::uint64_t stamp = generation_ + dom::changeCount();
-  if (context_ && stamp == contextGeneration_) return *context_;
+  if (caching_ && context_ && stamp == contextGeneration_) return *context_;
   auto context = std::make_unique<Context>();
   const dom::Document document(document_);
   const dom::Element body = document.body();
@@ -224,7 +224,7 @@ std::int32_t Engine::QueryStatus(std::int32_t command) {
     std::fill(std::begin(statusCache_), std::end(statusCache_), -1);
     statusGeneration_ = stamp;
   }
-  if (slot >= 0 && slot < 64 && statusCache_[slot] >= 0) return statusCache_[slot];
+  if (caching_ && slot >= 0 && slot < 64 && statusCache_[slot] >= 0) return statusCache_[slot];
   std::int32_t result = kStatusDisabled;
   guarded("QueryStatus", [&] { result = status(*id); });
   if (slot >= 0 && slot < 64) statusCache_[slot] = result;

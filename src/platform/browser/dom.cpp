@@ -289,9 +289,10 @@ bool TextRange::expand(std::string_view unitName) {
 }
 
 long TextRange::move(std::string_view unit, long count) {
-  collapse(count < 0);
-  const long moved = moveBoundary(count < 0, unit, count);
-  collapse(count < 0);
+  // The range collapses to its start and then moves, as the old engine's did.
+  collapse(true);
+  const long moved = moveBoundary(false, unit, count);
+  collapse(false);
   return moved;
 }
 
@@ -571,7 +572,11 @@ ElementCollection Document::allTags(std::string_view tagName) const {
 
 ElementCollection Document::all() const { return allTags("*"); }
 
-int Document::styleSheetsLength() const { return document_["styleSheets"]["length"].as<int>(); }
+// Every linked or embedded style sheet counts from the moment its element is there, loaded or
+// not: a sheet still on its way (or one that failed) must not look like a missing one.
+int Document::styleSheetsLength() const {
+  return document_.call<val>("querySelectorAll", std::string("link[rel~=stylesheet i], style"))["length"].as<int>();
+}
 
 void Document::createStyleSheet(const std::string& url, int index) const {
   val head = document_["head"];

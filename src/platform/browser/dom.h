@@ -223,6 +223,7 @@ class Document {
   ElementCollection all() const;
   SelectionObject selection() const { return SelectionObject(document_); }
 
+  // `styleSheets.length`: the style sheets the document links or embeds.
   int styleSheetsLength() const;
   // Links the style sheet at `url` into the head; `index` -1 appends it after all others.
   void createStyleSheet(const std::string& url, int index = -1) const;

@@ -48,6 +48,12 @@ bool UndoHistory::canUndo() const {
   return pending_["length"].as<int>() > 0;
 }
 
+bool UndoHistory::canRedo() const {
+  if (redo_.empty()) return false;
+  const_cast<UndoHistory*>(this)->collect();
+  return pending_["length"].as<int>() == 0;
+}
+
 val UndoHistory::undo(const val& selection) {
   checkpoint(Kind::Other, selection);
   if (undo_.empty()) return val::null();

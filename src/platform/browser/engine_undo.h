@@ -37,7 +37,8 @@ class UndoHistory {
   // typing checkpoint of the same kind as the open step keeps the step open.
   void checkpoint(Kind next, const val& selection);
   bool canUndo() const;
-  bool canRedo() const { return !redo_.empty(); }
+  // False as soon as anything changed after the last undo: that change drops the redo steps.
+  bool canRedo() const;
   // Each returns the selection to restore (null when none was kept).
   val undo(const val& selection);
   val redo(const val& selection);

@@ -127,6 +127,12 @@ class Engine {
     dom::Element start;  // the element at the start of the selection (for a control, the control)
     dom::Element cell;   // the table cell around the start, if any
     dom::Element link;   // the link (A with href) around the start, if any
+    std::string list;    // "OL" or "UL": the innermost list around the start, if any
+    // The character and paragraph states at a caret, read on first demand (caretState).
+    bool caretRead = false;
+    bool typingStyle = false;  // a style command was given at this very caret
+    bool bold = false, italic = false, underline = false;
+    std::string align;
   };
   struct TableGrid;
 
@@ -157,6 +163,7 @@ class Engine {
   std::string execute(editing::Decmd id, const CommandValue& value);
   bool browserCommand(const char* name, const std::string& value = std::string());
   std::int32_t toggleStatus(const char* browserName, editing::Decmd id);
+  bool caretState(editing::Decmd id);
   std::string blockFormatName() const;
   std::string fontName() const;
   std::string fontSize() const;
@@ -230,6 +237,8 @@ class Engine {
   // while a DisplayChanged is being handled: outside it the browser may have moved the selection
   // without telling anyone yet (selectionchange comes later).
   bool caching_ = false;
+  // The caret at which a character style was last switched (see toggleStatus).
+  val typingStyleAt_ = val::null();
   std::unique_ptr<Context> context_;
   std::uint64_t contextGeneration_ = ~std::uint64_t{0};
   std::uint64_t generation_ = 0;

@@ -163,7 +163,11 @@ const Engine::Context& Engine::context() {
       const std::string tag = e.tagName();
       if (!context->cell && (tag == "TD" || tag == "TH")) context->cell = e;
       if (!context->link && tag == "A" && e.hasAttribute("href")) context->link = e;
+      if (context->list.empty() && (tag == "OL" || tag == "UL")) context->list = tag;
     }
+  }
+  if (context->type == "None" && !typingStyleAt_.isNull()) {
+    context->typingStyle = sameSelection(selectionSnapshot(), typingStyleAt_);
   }
   context_ = std::move(context);
   contextGeneration_ = stamp;
@@ -176,11 +180,52 @@ bool Engine::browserCommand(const char* name, const std::string& value) {
   return done;
 }
 
+bool Engine::caretState(Decmd id) {
+  Context& ctx = const_cast<Context&>(context());
+  if (!ctx.start) return false;
+  if (!ctx.caretRead) {
+    ctx.caretRead = true;
+    const val view = document_["defaultView"];
+    const val body = document_["body"];
+    const val style = view.call<val>("getComputedStyle", ctx.start.js());
+    const std::string weight = style["fontWeight"].as<std::string>();
+    ctx.bold = weight == "bold" || weight == "bolder" || std::atoi(weight.c_str()) >= 600;
+    const std::string slant = style["fontStyle"].as<std::string>();
+    ctx.italic = slant == "italic" || slant == "oblique";
+    ctx.align = style["textAlign"].as<std::string>();
+    // Underlining is drawn by an ancestor and not inherited as a computed value.
+    for (val e = ctx.start.js(); !e.isNull() && !e.strictlyEquals(body) && !ctx.underline; e = e["parentElement"]) {
+      const std::string line = view.call<val>("getComputedStyle", e)["textDecorationLine"].as<std::string>();
+      ctx.underline = line.find("underline") != std::string::npos;
+    }
+  }
+  const std::string& align = ctx.align;
+  switch (id) {
+    case Decmd::Bold: return ctx.bold;
+    case Decmd::Italic: return ctx.italic;
+    case Decmd::Underline: return ctx.underline;
+    case Decmd::JustifyCenter: return align == "center" || align == "-webkit-center";
+    case Decmd::JustifyRight: return align == "right" || align == "-webkit-right" || align == "end";
+    case Decmd::JustifyLeft:
+      return align == "left" || align == "start" || align == "-webkit-left" || align == "justify";
+    case Decmd::OrderList: return ctx.list == "OL";
+    case Decmd::UnorderList: return ctx.list == "UL";
+    default: return false;
+  }
+}
+
 std::int32_t Engine::toggleStatus(const char* browserName, Decmd id) {
   const Context& ctx = context();
   if (!ctx.editable) return kStatusDisabled;
   const bool characterStyle = id == Decmd::Bold || id == Decmd::Italic || id == Decmd::Underline;
   if (characterStyle && ctx.type == "Control") return kStatusDisabled;
+  // At a caret the state is read from the computed style where the caret stands: asking the
+  // browser costs a layout per question, several times the whole display change on a long
+  // document. Only right after a style command at this very caret (the browser then holds a
+  // style for the next typed character that no element shows yet) is the browser asked.
+  if (ctx.type == "None" && !(characterStyle && ctx.typingStyle)) {
+    return caretState(id) ? kStatusLatched : kStatusEnabled;
+  }
   if (document_.call<bool>("queryCommandState", std::string(browserName))) return kStatusLatched;
   if (!characterStyle || ctx.type != "Text") return kStatusEnabled;
   // Not the whole selection has the style: if some of its text has, the state is mixed.
@@ -318,9 +363,12 @@ std::string Engine::ExecCommand(std::int32_t command, std::int32_t /*option*/, c
 std::string Engine::execute(Decmd id, const CommandValue& value) {
   const std::string text = textValue(value);
   switch (id) {
-    case Decmd::Bold: browserCommand("bold"); break;
-    case Decmd::Italic: browserCommand("italic"); break;
-    case Decmd::Underline: browserCommand("underline"); break;
+    case Decmd::Bold:
+    case Decmd::Italic:
+    case Decmd::Underline:
+      browserCommand(id == Decmd::Bold ? "bold" : id == Decmd::Italic ? "italic" : "underline");
+      typingStyleAt_ = selectionSnapshot();
+      break;
     case Decmd::JustifyLeft: browserCommand("justifyLeft"); break;
     case Decmd::JustifyCenter: browserCommand("justifyCenter"); break;
     case Decmd::JustifyRight: browserCommand("justifyRight"); break;

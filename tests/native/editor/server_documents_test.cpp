@@ -1,0 +1,245 @@
+// Class extraction, the save answer, the keep-alive arithmetic, and the four exchanges against a
+// transport the test answers by hand.
+#include "editor/server_documents.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "editor/control_state.h"
+#include "editor/properties.h"
+#include "menubar/editor_menu.h"
+#include "menubar/menu_bar.h"
+
+namespace vellmar::editor {
+namespace {
+
+using Names = std::vector<std::string>;
+
+TEST(CssClasses, ClassRulesSortedByUpperCaseWithoutPseudoClasses) {
+  EXPECT_EQ(cssClassesFromStyleSheet(".b{color:red}\r\n.A {x:y}\r\n.a:hover {z:w}\r\n"),
+            (Names{".A", ".b"}));
+  EXPECT_EQ(cssClassesFromStyleSheet("  .x { }\r\n.x{}\r\n"), (Names{".x", ".x"}));
+}
+
+TEST(CssClasses, LinesThatAreNotClassRulesAddNothing) {
+  const char* sheet =
+      "body { margin: 0 }\r\n"
+      ".split\r\n{ color: red }\r\n"  // selector and brace on different lines
+      "p.inner { }\r\n"
+      "  color: blue;\r\n"
+      "}\r\n";
+  EXPECT_EQ(cssClassesFromStyleSheet(sheet), (Names{""}));
+  EXPECT_EQ(cssClassesFromStyleSheet(""), (Names{""}));
+}
+
+TEST(CssClasses, OnlyCarriageReturnLineFeedSplitsLines) {
+  // A bare line feed does not end a line: the first "{" belongs to the first rule.
+  EXPECT_EQ(cssClassesFromStyleSheet(".one {}\n.two {}"), (Names{".one"}));
+}
+
+TEST(CssClasses, SortIsStableForNamesEqualIgnoringCase) {
+  Names names{".c", ".B", ".a", ".b", ".A"};
+  sortClassNames(names);
+  EXPECT_EQ(names, (Names{".a", ".A", ".B", ".b", ".c"}));
+}
+
+TEST(StyleMenu, ClassesBecomeTheSubmenuOfCssClasses) {
+  menubar::mcMenuBar bar;
+  menubar::buildEditorMenu(bar);
+  fillStyleMenu(bar, {".A", ".b"}, false);
+  const auto style = bar.getMBbuttonIDbyName("style");
+  const auto parent = bar.getMBitemIDbyName(style, "cssClasses");
+  const auto a = bar.getMBitemIDbyName(style, "cssStyle_.A");
+  const auto b = bar.getMBitemIDbyName(style, "cssStyle_.b");
+  ASSERT_GE(a, 0);
+  ASSERT_EQ(b, a + 1);
+  const auto* record = bar.buttonRecord(style);
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->items[static_cast<std::size_t>(a)].parent, parent + 1);
+  EXPECT_EQ(record->items[static_cast<std::size_t>(a)].caption, ".A");
+  EXPECT_TRUE(record->items[static_cast<std::size_t>(parent)].visible);
+}
+
+TEST(SaveAnswer, ContentIdFromTheRootElementOnly) {
+  EXPECT_EQ(contentIdFromSaveAnswer("<vmContentID> 17 </vmContentID>"), "17");
+  EXPECT_EQ(contentIdFromSaveAnswer("\r\n<vmContentID>42</vmContentID>\r\n"), "42");
+  EXPECT_EQ(contentIdFromSaveAnswer("<error>x</error>"), std::nullopt);
+  EXPECT_EQ(contentIdFromSaveAnswer("not xml"), std::nullopt);
+  EXPECT_EQ(contentIdFromSaveAnswer(""), std::nullopt);
+}
+
+TEST(SaveAnswer, MalformedPageNamesTheScriptAndEscapesTheAnswer) {
+  EXPECT_EQ(malformedSavePage("/cms/save", "  <error>x</error> "),
+            "<p>There was an error parsing the save to server results from /cms/save:</p><p>"
+            "Error: The save to server results were not properly formatted. The  save to server "
+            "results are output below:</p><hr>&lt;error&gt;x&lt;/error&gt;");
+}
+
+TEST(KeepAlive, DefaultTimeoutFiresOnEvery301stTick) {
+  KeepAliveCounter counter;
+  int fired = 0;
+  for (int tick = 1; tick <= 602; ++tick) {
+    if (counter.tick(true, 300)) {
+      ++fired;
+      EXPECT_EQ(tick % 301, 0) << tick;
+    }
+  }
+  EXPECT_EQ(fired, 2);
+}
+
+TEST(KeepAlive, ZeroFiresOnEveryTickAndNoPathNeverCounts) {
+  KeepAliveCounter counter;
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(counter.tick(true, 0));
+  KeepAliveCounter idle;
+  for (int i = 0; i < 5; ++i) EXPECT_FALSE(idle.tick(false, 0));
+  EXPECT_EQ(idle.value(), 0);
+}
+
+TEST(Loading, StylesAreStrippedOnlyWhenAsked) {
+  const char* page =
+      "<html><head><style>p{}</style></head><body class=\"x\">"
+      "<p class=\"a\" style=\"color:red\">t</p></body></html>";
+  EXPECT_EQ(documentForEditing(page, true), "<p>t</p>");
+  EXPECT_EQ(documentForEditing(page, false), "<p class=\"a\" style=\"color:red\">t</p>");
+  EXPECT_EQ(documentForEditing("<p>no body</p>", true), "<p>no body</p>");
+}
+
+// ---- the exchanges ----
+
+class Wire final : public http::Transport {
+ public:
+  explicit Wire(http::TransportListener& l) : listener(l) {}
+  void connect(const std::string&, int) override {
+    state_ = http::SocketState::connecting;
+    ++connects;
+  }
+  void send(const http::OutgoingRequest& r) override { sent.push_back(r); }
+  void close() override { state_ = http::SocketState::closed; }
+  http::SocketState state() const override { return state_; }
+  void answer(int status, const std::string& body) {
+    state_ = http::SocketState::connected;
+    listener.transportConnected();
+    listener.transportAnswer({status, "OK", body});
+  }
+  void fail() {
+    state_ = http::SocketState::connected;
+    listener.transportConnected();
+    listener.transportError(0, "refused");
+  }
+  http::TransportListener& listener;
+  http::SocketState state_ = http::SocketState::closed;
+  std::vector<http::OutgoingRequest> sent;
+  int connects = 0;
+};
+
+class NullTimer final : public http::Timer {
+ public:
+  void setEnabled(bool e) override { on_ = e; }
+  bool enabled() const override { return on_; }
+  bool on_ = false;
+};
+
+// Transports in creation order: content, style sheet, save, keep-alive.
+class Loop final : public http::EventLoop {
+ public:
+  std::unique_ptr<http::Transport> createTransport(http::TransportListener& l) override {
+    auto w = std::make_unique<Wire>(l);
+    wires.push_back(w.get());
+    return w;
+  }
+  std::unique_ptr<http::Timer> createTimer(std::chrono::milliseconds,
+                                           std::function<void()>) override {
+    return std::make_unique<NullTimer>();
+  }
+  std::vector<Wire*> wires;
+};
+
+class Exchanges : public ::testing::Test {
+ protected:
+  Exchanges() {
+    props.let("domain", std::string("h"));
+    props.let("port", std::string("80"));
+    props.let("documentRoot", std::string("/site"));
+    props.let("pathToContent", std::string("page.htm"));
+    props.let("PathToStyleSheet", std::string("/s.css"));
+    props.let("PathToSaveToServer", std::string("/save"));
+    props.let("PathToKeepAlive", std::string("/ka"));
+    ServerDocumentHooks hooks;
+    hooks.storeContent = [this](const std::string& d) { stored.push_back(d); };
+    hooks.getContent = [this](std::int32_t type) { return type == 0 ? body : std::string(); };
+    hooks.showSaveError = [this](const std::string& page) { errorPages.push_back(page); };
+    docs = std::make_unique<ServerDocuments>(loop, std::move(hooks), props);
+    ControlState::shared().requestInProgress = false;
+  }
+  Wire& content() { return *loop.wires.at(0); }
+  Wire& save() { return *loop.wires.at(2); }
+  Wire& keepAlive() { return *loop.wires.at(3); }
+
+  Loop loop;
+  PropertySet props;
+  std::unique_ptr<ServerDocuments> docs;
+  std::vector<std::string> stored;
+  std::vector<std::string> errorPages;
+  std::string body = "<p>edited</p>";
+};
+
+TEST_F(Exchanges, DocumentPathIsDocumentRootAndPathJoined) {
+  docs->loadContent();
+  EXPECT_EQ(docs->contentRequest().requestPath(), "/sitepage.htm");
+  content().answer(200, "<html><head><style>x{}</style></head><body><p class=\"c\">a</p></body></html>");
+  EXPECT_EQ(stored, (Names{"<p>a</p>"}));
+  EXPECT_FALSE(ControlState::shared().requestInProgress);
+}
+
+TEST_F(Exchanges, FailedDocumentRequestLoadsNothing) {
+  docs->loadContent();
+  content().fail();
+  EXPECT_TRUE(stored.empty());
+  EXPECT_FALSE(ControlState::shared().requestInProgress);
+}
+
+TEST_F(Exchanges, SaveAdoptsTheIdAndCarriesItNextTime) {
+  docs->saveToServer();
+  EXPECT_TRUE(docs->saving());
+  docs->saveToServer();  // ignored while the first is under way
+  EXPECT_EQ(save().connects, 1);
+  save().answer(200, "");
+  ASSERT_EQ(save().sent.size(), 1u);
+  EXPECT_EQ(save().sent[0].method, "POST");
+  EXPECT_NE(save().sent[0].body().find("vmContent=%3Cp%3Eedited%3C%2Fp%3E"), std::string::npos)
+      << save().sent[0].body();
+  errorPages.clear();
+  docs->saveToServer();
+  save().answer(200, "<vmContentID>42</vmContentID>");
+  EXPECT_EQ(props.contentID(), "42");
+  EXPECT_FALSE(docs->saving());
+  docs->saveToServer();
+  EXPECT_NE(docs->saveRequest().requestText().find("vmContentID=42"), std::string::npos)
+      << docs->saveRequest().requestText();
+}
+
+TEST_F(Exchanges, MalformedOrFailedSaveKeepsTheId) {
+  props.let("ContentID", std::string("7"));
+  docs->saveToServer();
+  save().answer(200, "<error>x</error>");
+  EXPECT_EQ(props.contentID(), "7");
+  ASSERT_EQ(errorPages.size(), 1u);
+  EXPECT_NE(errorPages[0].find("from /save:"), std::string::npos);
+  docs->saveToServer();
+  save().fail();
+  EXPECT_EQ(props.contentID(), "7");
+  EXPECT_FALSE(docs->saving());
+}
+
+TEST_F(Exchanges, KeepAliveZeroRequestsOnEveryTick) {
+  props.let("KeepAliveTimeout", std::string("0"));
+  for (int i = 0; i < 3; ++i) docs->keepAliveTick();
+  EXPECT_EQ(keepAlive().connects, 3);
+  EXPECT_EQ(docs->keepAliveRequest().requestPath(), "/site/ka");
+}
+
+}  // namespace
+}  // namespace vellmar::editor

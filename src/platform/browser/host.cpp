@@ -7,6 +7,7 @@
 #include "dialogs/message_window.h"
 #include "editor/properties.h"
 #include "platform/browser/debug_log_file.h"
+#include "platform/browser/fetch_transport.h"
 
 namespace vellmar::browser {
 
@@ -96,6 +97,7 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   // The menu bar draws into the control's menu bar element and answers the control's menu hooks.
   menuBar_ = std::make_unique<EditorMenuBar>(view_->element(editor::Child::MenuBar), root_);
   menuBar_->connect(hooks);
+  wireDocuments(hooks);
   hooks.propertyChanged = [this](std::string_view name) {
     val detail = val::object();
     detail.set("name", std::string(name));
@@ -109,7 +111,34 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   control_->readProperties(params);
 }
 
+void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
+  views_ = std::make_unique<EditorViews>(*view_, *menuBar_);
+  editor::ServerDocumentHooks documentHooks;
+  documentHooks.storeContent = [this](const std::string& document) {
+    control_->letProperty("content", document);
+  };
+  documentHooks.getContent = [this](std::int32_t type) { return views_->getContent(type); };
+  documentHooks.classesExtracted = [this](const std::vector<std::string>& classes) {
+    editor::fillStyleMenu(menuBar_->model(), classes,
+                          editor::PropertySet::shared().isOn("DisableStyleMenu"));
+  };
+  documentHooks.setVisibleMenuItem = hooks.setVisibleMenuItem;
+  documents_ = std::make_unique<editor::ServerDocuments>(PageEventLoop::shared(),
+                                                         std::move(documentHooks));
+  hooks.loadContent = [this] { documents_->loadContent(); };
+  hooks.loadStylesheet = [this] { documents_->loadStylesheet(); };
+  hooks.keepAliveTick = [this] { documents_->keepAliveTick(); };
+  hooks.currentContent = [this] { return views_->getBodyHTML(); };
+  hooks.loadDocument = [this](const std::string& document) { views_->loadDocument(document); };
+  menuBar_->setCommands({
+      [this](std::string_view key) { views_->setView(key); },
+      [this] { documents_->saveToServer(); },
+  });
+}
+
 ElementHost::~ElementHost() {
+  documents_.reset();
+  views_.reset();
   view_->setControl(nullptr);
   control_.reset();
 }
@@ -121,6 +150,7 @@ void ElementHost::show() {
     guarded("UserControl_Show", [&] {
       engine_ = std::make_unique<Engine>(view_->element(editor::Child::Engine));
       engine_->exposeTo(element_);
+      views_->attach(*engine_);
     });
   }
   control_->show();
@@ -150,9 +180,9 @@ bool ElementHost::setProperty(const std::string& name, const val& value) {
   return control_->letProperty(name, fromJs(value));
 }
 
-std::string ElementHost::getContent(int /*contentType*/) { return {}; }
+std::string ElementHost::getContent(int contentType) { return views_->getContent(contentType); }
 
-std::string ElementHost::getBodyHTML() { return {}; }
+std::string ElementHost::getBodyHTML() { return views_->getBodyHTML(); }
 
 val ElementHost::writeProperties() {
   editor::MemoryPropertyBag bag;

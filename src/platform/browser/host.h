@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "editor/control.h"
+#include "editor/server_documents.h"
 #include "platform/browser/control_view.h"
+#include "platform/browser/editor_views.h"
 #include "platform/browser/menubar_view.h"
 
 namespace vellmar::browser {
@@ -61,6 +63,9 @@ class ElementHost {
   double height() const { return height_; }
 
  private:
+  // The views and the server exchanges, and the control hooks that reach them.
+  void wireDocuments(editor::ControlHooks& hooks);
+
   val element_;
   val root_ = val::undefined();     // the shadow root
   val surface_ = val::undefined();  // the control's own box inside the shadow root
@@ -71,6 +76,9 @@ class ElementHost {
   std::unique_ptr<EditorMenuBar> menuBar_;
   std::unique_ptr<editor::ctlVellmar2> control_;
   std::unique_ptr<Engine> engine_;  // the editing engine, in the editing area
+  std::unique_ptr<EditorViews> views_;
+  // The document, style sheet, save and keep-alive exchanges.
+  std::unique_ptr<editor::ServerDocuments> documents_;
 };
 
 // Public property names in the order of the control's public interface.

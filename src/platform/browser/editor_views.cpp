@@ -1,0 +1,192 @@
+#include "platform/browser/editor_views.h"
+
+#include <emscripten/bind.h>
+#include <emscripten/em_js.h>
+#include <emscripten/emscripten.h>
+
+#include <unordered_map>
+
+#include "common/diagnostics.h"
+#include "editor/control_state.h"
+#include "editor/properties.h"
+#include "html/cleanup.h"
+#include "http/server_exchange.h"
+#include "platform/browser/engine.h"
+#include "platform/browser/menubar_view.h"
+
+// A DOM listener that hands the event to views `views` as (kind, index).
+using emscripten::EM_VAL;
+
+EM_JS(EM_VAL, vellmar_views_listener, (int views, int kind, int index), {
+  return Emval.toHandle(function() { Module.vellmarViewsEvent(views, kind, index); });
+});
+
+namespace vellmar::browser {
+
+namespace {
+
+using editor::Child;
+using editor::View;
+using emscripten::val;
+
+enum Kind { kTabClick = 0, kSourceInput = 1 };
+
+std::unordered_map<int, EditorViews*>& registry() {
+  static std::unordered_map<int, EditorViews*> views;
+  return views;
+}
+
+int nextId() {
+  static int id = 0;
+  return ++id;
+}
+
+void onDomEvent(int views, int kind, int index) {
+  const auto it = registry().find(views);
+  if (it != registry().end()) it->second->handleEvent(kind, index);
+}
+
+val listener(int views, int kind, int index) {
+  return val::take_ownership(vellmar_views_listener(views, kind, index));
+}
+
+}  // namespace
+
+EditorViews::EditorViews(ControlView& view, EditorMenuBar& menuBar)
+    : view_(view), menuBar_(menuBar), source_(view.element(Child::SourceBox)), id_(nextId()) {
+  registry()[id_] = this;
+  source_.call<void>("setAttribute", std::string("spellcheck"), std::string("false"));
+  source_.call<void>("addEventListener", std::string("input"), listener(id_, kSourceInput, 0));
+  const val tabs = view_.element(Child::ViewTabs).call<val>("querySelectorAll", std::string("[role=tab]"));
+  const int count = tabs["length"].as<int>();
+  for (int i = 0; i < count; ++i) {
+    tabs[i].call<void>("addEventListener", std::string("click"), listener(id_, kTabClick, i));
+  }
+}
+
+EditorViews::~EditorViews() { registry().erase(id_); }
+
+void EditorViews::attach(Engine& engine) {
+  engine_ = &engine;
+  engine.events().DisplayChanged = [this] { displayChanged(); };
+}
+
+void EditorViews::handleEvent(int kind, int index) {
+  if (kind == kTabClick) {
+    guarded("TabStrip1_Click", [&] { setView(index == 0 ? "wysiwyg" : "html"); });
+  } else if (kind == kSourceInput) {
+    guarded("rtHTML_Change", [&] { sourceChanged(); });
+  }
+}
+
+void EditorViews::loadDocument(const std::string& content) {
+  guarded("loadDocument", [&] {
+    if (!engine_) return;
+    engine_->setDocumentHTML(content);
+    const dom::Document doc = engine_->DOM();
+    doc.scroll(0, 0);
+    suppress_ = true;
+    source_.set("value", html::cleanHTML(engine_->DocumentHTML()));
+    suppress_ = false;
+    dom::TextRange range = doc.body().createTextRange();
+    range.collapse(true);
+    range.select();
+  });
+}
+
+std::string EditorViews::getBodyHTML() const {
+  std::string html;
+  guarded("getBodyHTML", [&] {
+    if (engine_) html = html::cleanHTML(engine_->DOM().body().innerHTML());
+  });
+  return html;
+}
+
+std::string EditorViews::getContent(std::int32_t contentType) const {
+  std::string text;
+  guarded("getContent", [&] {
+    if (!engine_) return;
+    if (contentType == editor::BodyHTML) {
+      text = getBodyHTML();
+    } else if (contentType == editor::BodyText) {
+      text = engine_->DOM().body().createTextRange().text();
+    }
+  });
+  return text;
+}
+
+void EditorViews::setAllMenuItemsGrayed(bool grayed) {
+  auto& bar = menuBar_.model();
+  for (menubar::MenuId b = 0; b < bar.menuButtonCount(); ++b) {
+    for (menubar::MenuId i = 0; i < bar.menuItemCount(b); ++i) bar.grayMenuItem(b, i, grayed);
+  }
+}
+
+void EditorViews::selectTab(int index) {
+  const val tabs = view_.element(Child::ViewTabs).call<val>("querySelectorAll", std::string("[role=tab]"));
+  const int count = tabs["length"].as<int>();
+  for (int i = 0; i < count; ++i) {
+    tabs[i].call<void>("setAttribute", std::string("aria-selected"),
+                       std::string(i == index ? "true" : "false"));
+  }
+}
+
+void EditorViews::setView(std::string_view viewKey) {
+  auto& state = editor::ControlState::shared();
+  auto& bar = menuBar_.model();
+  val engineBox = view_.element(Child::Engine);
+  if (viewKey == "html" && state.currentView != View::Html) {
+    setAllMenuItemsGrayed(true);
+    engineBox.set("hidden", true);
+    source_.set("hidden", true);
+    state.currentView = View::Html;
+    bar.setCheckedMenuItem("view", "html", true);
+    bar.setCheckedMenuItem("view", "wysiwyg", false);
+    for (const char* key : {"cut", "copy", "paste"}) bar.setGrayedMenuItem("edit", key, false);
+    selectTab(1);
+    suppress_ = true;
+    source_.set("value", getBodyHTML());
+    suppress_ = false;
+    source_.set("hidden", false);
+    source_.call<void>("focus");
+  } else if (viewKey == "wysiwyg" && state.currentView != View::Wysiwyg) {
+    setAllMenuItemsGrayed(false);
+    engineBox.set("hidden", true);
+    source_.set("hidden", true);
+    state.currentView = View::Wysiwyg;
+    bar.setCheckedMenuItem("view", "wysiwyg", true);
+    bar.setCheckedMenuItem("view", "html", false);
+    selectTab(0);
+    if (engine_) engine_->DOM().body().setInnerHTML(source_["value"].as<std::string>());
+    engineBox.set("hidden", !view_.isShown(Child::Engine));
+    if (engine_) engine_->focus();
+  }
+}
+
+void EditorViews::sourceChanged() {
+  if (suppress_ || !engine_) return;
+  engine_->DOM().body().setInnerHTML(source_["value"].as<std::string>());
+}
+
+void EditorViews::displayChanged() {
+  guarded("DHTMLSafe1_DisplayChanged", [&] {
+    if (!engine_) return;
+    auto& props = editor::PropertySet::shared();
+    const dom::Document doc = engine_->DOM();
+    if (!props.pathToStyleSheet().empty() && doc.styleSheetsLength() == 0) {
+      // The engine's document has no address of its own on the editor's server, so the sheet is
+      // addressed there in full.
+      std::string url = "http://" + props.domain();
+      if (const auto port = http::convertPort(props.port())) url += ":" + std::to_string(*port);
+      std::string path = http::exchangePath(props.documentRoot(), props.pathToStyleSheet());
+      if (path.empty() || path.front() != '/') path.insert(0, 1, '/');
+      doc.createStyleSheet(url + path);
+    }
+  });
+}
+
+}  // namespace vellmar::browser
+
+EMSCRIPTEN_BINDINGS(vellmar_views) {
+  emscripten::function("vellmarViewsEvent", &vellmar::browser::onDomEvent);
+}

@@ -1,0 +1,136 @@
+'use strict';
+
+// The demo page's editor with the server's document: what arrives in the engine, the style sheet
+// and its classes, the two views and the source box.
+const { test } = require('node:test');
+const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
+const path = require('node:path');
+const { useEditorEnvironment, ROOT } = require('./harness');
+
+const env = useEditorEnvironment();
+const CLI = path.join(ROOT, 'build', 'native', 'cli', 'vellmar');
+
+async function openDemo() {
+  const page = await env.newPage();
+  await page.goto(env.server.url + '/');
+  await page.waitForFunction(() => window.__loaded.length === 1);
+  await page.waitForFunction(() => document.getElementById('editor1').vellmarEngine.bodyHTML.includes('Welcome'));
+  return page;
+}
+
+const engineState = (page) => page.evaluate(() => {
+  const e = document.getElementById('editor1');
+  const engine = e.vellmarEngine;
+  const doc = engine.document();
+  return {
+    body: engine.bodyHTML,
+    html: engine.documentHTML,
+    sheets: [...doc.querySelectorAll('link[rel=stylesheet]')].map((l) => l.getAttribute('href')),
+  };
+});
+
+const viewTab = (page, name) => page.locator('.vellmar-view-tab', { hasText: name });
+const sourceBox = (page) => page.locator('textarea.vellmar-source');
+// An item of the View menu; it is a checkbox item only while checked.
+const viewItem = (page, name) => page.getByRole('menu', { name: 'View', exact: true })
+  .locator(`[role^=menuitem][aria-label="${name}"]`);
+
+test('the document arrives as its body only, without its own styling, under the site style sheet', async () => {
+  const page = await openDemo();
+  const { body, html, sheets } = await engineState(page);
+  assert.doesNotMatch(html, /<style/i);
+  assert.doesNotMatch(html, /site-banner|site-page|padding: 16px/);
+  assert.doesNotMatch(body, /class=|style=/);
+  assert.match(body, /^<h1>Welcome to Vellmar<\/h1>/);
+  // The server's sheet is attached to the engine's document once, by its full address.
+  assert.deepEqual(sheets, [`${env.server.url.replace('localhost', '127.0.0.1')}/cms/styles.css`]);
+  // The sheet's rules apply while editing.
+  await page.waitForFunction(() => {
+    const doc = document.getElementById('editor1').vellmarEngine.document();
+    return /Arial/.test(doc.defaultView.getComputedStyle(doc.querySelector('h1')).fontFamily);
+  });
+
+  // The style menu lists the sheet's classes, sorted without regard to case.
+  await page.getByRole('menubar').getByRole('menuitem', { name: 'Style', exact: true }).click();
+  await page.getByRole('menu', { name: 'Style', exact: true })
+    .getByRole('menuitem', { name: 'CSS Classes' }).hover();
+  const classes = await page.getByRole('menu', { name: 'CSS Classes' }).getByRole('menuitem').allTextContents();
+  assert.deepEqual(classes.map((c) => c.trim()), ['.Caption', '.headline', '.highlight', '.intro', '.note']);
+  await page.close();
+});
+
+test('getContent(0) is the clean-up of the served body; 1 is its text; other values are empty', async () => {
+  const page = await openDemo();
+  const { raw, engineBody, html, text, other, bodyHTML } = await page.evaluate(async () => {
+    const e = document.getElementById('editor1');
+    const r = await fetch('/cms/content');
+    return {
+      raw: await r.text(), engineBody: e.vellmarEngine.bodyHTML, html: e.getContent(0),
+      text: e.getContent(1), other: e.getContent(2), bodyHTML: e.getBodyHTML(),
+    };
+  });
+  // The clean-up of what the engine holds...
+  const clean = spawnSync(CLI, ['clean'], { input: engineBody, encoding: 'utf8' });
+  assert.equal(clean.status, 0, clean.stderr);
+  assert.equal(html, clean.stdout);
+  assert.equal(bodyHTML, html);
+  // ...which is the served page's body cleaned, apart from what the engine itself adds (tbody)
+  // and the characters it decodes.
+  const served = spawnSync(CLI, ['clean', '--body', '--strip-styles'], { input: raw, encoding: 'latin1' });
+  const norm = (s) => s.replace(/\s+/g, ' ').replace(/ ?<\/?tbody> ?/g, ' ').replace(/&#233;|&eacute;/g, 'é')
+    .replace(/&#232;|&egrave;/g, 'è').trim();
+  assert.equal(norm(html), norm(served.stdout));
+  assert.match(text, /Welcome to Vellmar/);
+  assert.doesNotMatch(text, /<h1>|<p>/);
+  assert.equal(other, '');
+  await page.close();
+});
+
+test('HTML view shows the cleaned body; returning without typing keeps what the clean-up wrote', async () => {
+  const page = await openDemo();
+  const expected = await page.evaluate(() => document.getElementById('editor1').getBodyHTML());
+  await viewTab(page, 'HTML').click();
+  assert.equal(await sourceBox(page).isVisible(), true);
+  // A text box hands its lines out with bare line feeds.
+  assert.equal(await sourceBox(page).inputValue(), expected.replace(/\r\n/g, '\n'));
+  assert.equal(await viewTab(page, 'HTML').getAttribute('aria-selected'), 'true');
+  // Only cut, copy and paste stay usable in the menus.
+  await page.getByRole('menubar').getByRole('menuitem', { name: 'Edit', exact: true }).click();
+  const edit = page.getByRole('menu', { name: 'Edit', exact: true });
+  assert.equal(await edit.getByRole('menuitem', { name: 'Cut' }).getAttribute('aria-disabled'), null);
+  assert.equal(await edit.getByRole('menuitem', { name: 'Undo' }).getAttribute('aria-disabled'), 'true');
+  await page.keyboard.press('Escape');
+
+  await page.getByRole('menubar').getByRole('menuitem', { name: 'View', exact: true }).click();
+  assert.equal(await viewItem(page, 'HTML').getAttribute('role'), 'menuitemcheckbox');
+  assert.equal(await viewItem(page, 'HTML').getAttribute('aria-checked'), 'true');
+  assert.equal(await viewItem(page, 'WYSIWYG').getAttribute('role'), 'menuitem');
+  await page.keyboard.press('Escape');
+
+  await viewTab(page, 'WYSIWYG').click();
+  assert.equal(await sourceBox(page).isVisible(), false);
+  const { body } = await engineState(page);
+  const recleaned = await page.evaluate(() => document.getElementById('editor1').getBodyHTML());
+  assert.equal(recleaned, expected);
+  assert.match(body, /<\/h1>\n<p>This is the sample document of the reference server. Change \n  it/,
+    'the cleaned text itself went back into the engine');
+  await page.close();
+});
+
+test('typing in the source box changes the engine body at once', async () => {
+  const page = await openDemo();
+  // The View menu's HTML item switches too.
+  await page.getByRole('menubar').getByRole('menuitem', { name: 'View', exact: true }).click();
+  await viewItem(page, 'HTML').click();
+  assert.equal(await sourceBox(page).isVisible(), true);
+  await sourceBox(page).fill('<p>first</p>');
+  assert.equal((await engineState(page)).body, '<p>first</p>');
+  await sourceBox(page).press('End');
+  await page.keyboard.type('<p><b>bold');
+  assert.equal((await engineState(page)).body, '<p>first</p><p><b>bold</b></p>');
+  await viewTab(page, 'WYSIWYG').click();
+  assert.equal((await engineState(page)).body, '<p>first</p><p><b>bold</b></p>');
+  assert.equal(await page.evaluate(() => document.getElementById('editor1').getContent(1)).then((t) => t.includes('bold')), true);
+  await page.close();
+});

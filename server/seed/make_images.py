@@ -143,8 +143,8 @@ AC_CHROMA = ([0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 4, 0, 1, 2, 0x77], bytes.fromhex(
     "dae2e3e4e5e6e7e8e9eaf2f3f4f5f6f7f8f9fa"))
 
 
-def huffman_codes(spec):
-    counts, symbols = spec
+def huffman_codes(table):
+    counts, symbols = table
     codes, code, k = {}, 0, 0
     for length in range(1, 17):
         for _ in range(counts[length - 1]):
@@ -237,8 +237,8 @@ def jpeg(rows, quality=85):
     for i, q in enumerate(qtabs):
         data += segment(0xDB, bytes([i]) + bytes(q[ZIGZAG[k]] for k in range(64)))
     data += segment(0xC0, struct.pack(">BHHB", 8, h, w, 3) + bytes([1, 0x11, 0, 2, 0x11, 1, 3, 0x11, 1]))
-    for cls, ident, spec in ((0, 0, DC_LUMA), (1, 0, AC_LUMA), (0, 1, DC_CHROMA), (1, 1, AC_CHROMA)):
-        data += segment(0xC4, bytes([(cls << 4) | ident]) + bytes(spec[0]) + bytes(spec[1]))
+    for cls, ident, table in ((0, 0, DC_LUMA), (1, 0, AC_LUMA), (0, 1, DC_CHROMA), (1, 1, AC_CHROMA)):
+        data += segment(0xC4, bytes([(cls << 4) | ident]) + bytes(table[0]) + bytes(table[1]))
     data += segment(0xDA, bytes([3, 1, 0x00, 2, 0x11, 3, 0x11, 0, 63, 0]))
     return data + bytes(out) + b"\xff\xd9"
 

@@ -47,7 +47,7 @@ int measure(const val& el, const char* property) {
 
 ControlView::ControlView(val surface, val shadowRoot)
     : surface_(std::move(surface)), messages_(std::move(shadowRoot)) {
-  struct Spec {
+  struct BarPlaceholder {
     Child child;
     const char* tag;
     const char* className;
@@ -55,7 +55,7 @@ ControlView::ControlView(val surface, val shadowRoot)
     const char* label;
   };
   // Stacking follows this order: the editing area and source box lie over the tab strip.
-  const Spec specs[] = {
+  const BarPlaceholder placeholders[] = {
       {Child::MenuBar, "div", "vellmar-bar vellmar-menubar", "menubar", "Menu"},
       {Child::StandardToolbar, "div", "vellmar-bar vellmar-toolbar-standard", "toolbar", "Standard"},
       {Child::ObjectsToolbar, "div", "vellmar-bar vellmar-toolbar-objects", "toolbar", "Objects"},
@@ -67,7 +67,7 @@ ControlView::ControlView(val surface, val shadowRoot)
       {Child::SourceBox, "textarea", "vellmar-source", nullptr, "HTML"},
       {Child::Progress, "div", "vellmar-progress", "progressbar", "Loading"},
   };
-  for (const auto& s : specs) {
+  for (const auto& s : placeholders) {
     val el = create(s.tag, s.className);
     if (s.role) attr(el, "role", s.role);
     if (s.label) attr(el, "aria-label", s.label);

@@ -84,6 +84,15 @@ test('getContent(0) is the clean-up of the served body; 1 is its text; other val
   assert.match(text, /Welcome to Vellmar/);
   assert.doesNotMatch(text, /<h1>|<p>/);
   assert.equal(other, '');
+
+  // The text reads as the page shows it: one line per block, the source's own line breaks and
+  // indentation gone, preformatted text kept as it stands.
+  const plain = await page.evaluate(() => {
+    const e = document.getElementById('editor1');
+    e.content = '<p>a</p>\n  <p>b   <i>c</i>\n d<br>e</p>\n<pre>x\n  y</pre>';
+    return e.getContent(1);
+  });
+  assert.equal(plain, 'a\r\nb c d\r\ne\r\nx\n  y');
   await page.close();
 });
 

@@ -24,6 +24,11 @@ class ControlView final : public editor::ControlView {
   // What the page's events and timers reach.
   void setControl(editor::ctlVellmar2* control) { control_ = control; }
   void setLoadedHandler(std::function<void()> loaded) { loaded_ = std::move(loaded); }
+  // The editing engine once it exists (it is made at the first show).
+  void setEngineAccess(std::function<bool()> busy, std::function<void()> caretToStart) {
+    engineBusy_ = std::move(busy);
+    caretToStart_ = std::move(caretToStart);
+  }
 
   int innerWidth() const override;
   int innerHeight() const override;
@@ -37,8 +42,10 @@ class ControlView final : public editor::ControlView {
   int progressValue() const override { return progress_; }
   void setProgressValue(int value) override;
   void setTimerEnabled(editor::Timer timer, bool enabled) override;
-  bool engineBusy() const override { return false; }
-  void caretToStart() override {}
+  bool engineBusy() const override { return engineBusy_ && engineBusy_(); }
+  void caretToStart() override {
+    if (caretToStart_) caretToStart_();
+  }
   void raiseLoaded() override;
   dialogs::MessagePresenter* messagePresenter() override { return &messages_; }
 
@@ -65,6 +72,8 @@ class ControlView final : public editor::ControlView {
   MessageView messages_;
   editor::ctlVellmar2* control_ = nullptr;
   std::function<void()> loaded_;
+  std::function<bool()> engineBusy_;
+  std::function<void()> caretToStart_;
   int progress_ = 0;
   long progressTimer_ = 0;
   long keepAliveTimer_ = 0;

@@ -68,6 +68,32 @@ bool isBlockTag(const std::string& tag) {
                      [&](const char* block) { return tag == block; });
 }
 
+bool endsWithLineBreak(const std::string& text) {
+  return text.size() >= 2 && text.compare(text.size() - 2, 2, "\r\n") == 0;
+}
+
+bool insidePre(const val& textNode) {
+  return !textNode["parentElement"].isNull() &&
+         !textNode["parentElement"].call<val>("closest", std::string("pre,textarea")).isNull();
+}
+
+// Appends a text node's characters as they read on screen: outside PRE, every run of white space
+// is one blank, and none starts a line or follows another blank; the source's line breaks between
+// blocks are not the document's text.
+void appendRenderedText(std::string& out, const std::string& data, bool preformatted) {
+  if (preformatted) {
+    out += data;
+    return;
+  }
+  for (char c : data) {
+    if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f') {
+      if (out.empty() || out.back() == ' ' || endsWithLineBreak(out)) continue;
+      out.push_back(' ');
+    } else {
+      out.push_back(c);
+    }
+  }
+}
 
 }  // namespace
 
@@ -388,18 +414,20 @@ std::string TextRange::text() const {
         const val to = node.strictlyEquals(endNode) ? range_["endOffset"] : data["length"];
         data = data.call<val>("substring", from, to);
       }
-      out += str(data);
+      appendRenderedText(out, str(data), insidePre(node));
       continue;
     }
     if (node["nodeType"].as<int>() != kElementNode) continue;
     const std::string tag = upper(str(node["tagName"]));
     if (tag == "BR") {
+      if (!out.empty() && out.back() == ' ') out.pop_back();
       out += "\r\n";
-    } else if (isBlockTag(tag) && !out.empty() &&
-               !(out.size() >= 2 && out.compare(out.size() - 2, 2, "\r\n") == 0)) {
+    } else if (isBlockTag(tag) && !out.empty() && !endsWithLineBreak(out)) {
+      if (out.back() == ' ') out.pop_back();
       out += "\r\n";
     }
   }
+  if (!out.empty() && out.back() == ' ') out.pop_back();
   return out;
 }
 

@@ -88,10 +88,15 @@ void EditorViews::loadDocument(const std::string& content) {
     suppress_ = true;
     source_.set("value", html::cleanHTML(engine_->DocumentHTML()));
     suppress_ = false;
-    dom::TextRange range = doc.body().createTextRange();
-    range.collapse(true);
-    range.select();
+    caretToStart();
   });
+}
+
+void EditorViews::caretToStart() {
+  if (!engine_) return;
+  dom::TextRange range = engine_->DOM().body().createTextRange();
+  range.collapse(true);
+  range.select();
 }
 
 std::string EditorViews::getBodyHTML() const {

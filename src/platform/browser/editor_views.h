@@ -28,6 +28,8 @@ class EditorViews {
   // Puts the document into the engine, scrolls to the top, refreshes the source box and puts the
   // caret at the start.
   void loadDocument(const std::string& content);
+  // A collapsed selection at the start of the body.
+  void caretToStart();
   std::string getBodyHTML() const;
   // 0: getBodyHTML; 1: the body's plain text; anything else: "".
   std::string getContent(std::int32_t contentType) const;

@@ -137,6 +137,7 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
 }
 
 ElementHost::~ElementHost() {
+  view_->setEngineAccess({}, {});
   documents_.reset();
   views_.reset();
   view_->setControl(nullptr);
@@ -151,6 +152,8 @@ void ElementHost::show() {
       engine_ = std::make_unique<Engine>(view_->element(editor::Child::Engine));
       engine_->exposeTo(element_);
       views_->attach(*engine_);
+      view_->setEngineAccess([this] { return engine_->Busy(); },
+                             [this] { views_->caretToStart(); });
     });
   }
   control_->show();

@@ -53,8 +53,11 @@ fuzz: setup
 	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $(FUZZ)/corpus/$$(basename $$f) 2>&1 | tail -4; \
 	done
 
-bench: native
+bench: build
+	@cmake --build $(WEB) --target bench_html_cleanup
 	@for b in $(NATIVE)/bench/bench_*; do echo "== $$b"; $$b; done
+	@echo "== $(WEB)/bench/bench_html_cleanup.js (the browser build, under node)"
+	@node $(WEB)/bench/bench_html_cleanup.js
 
 clean:
 	rm -rf build

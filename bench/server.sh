@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Load on the reference server: wrk on loopback against /cms/content (GET) and /cms/save (form
 # POST), 30 s each by default. Prints requests per second, p99 latency and errors for each.
-# Needs wrk (Debian package `wrk`), which `make test` never does: install it by hand.
+# Needs wrk (Debian package `wrk`, installed by scripts/setup).
 #   bench/server.sh [BUILD_DIR] [SECONDS]
 set -euo pipefail
 cd "$(dirname "$0")/.."

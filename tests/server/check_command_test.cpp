@@ -13,11 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The command-line tool is built beside the server.
-fs::path cliBinary() {
-  return fs::path(VELLMAR_SERVER_BINARY).parent_path().parent_path() / "cli" / "vellmar";
-}
-
 int runCheck(const std::string& args, std::string& output) {
   const std::string command = cliBinary().string() + " check " + args + " 2>&1";
   output.clear();

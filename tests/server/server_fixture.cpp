@@ -188,4 +188,30 @@ std::string sqlite(const fs::path& db, const std::string& sql) {
   return out;
 }
 
+fs::path cliBinary() {
+  return fs::path(VELLMAR_SERVER_BINARY).parent_path().parent_path() / "cli" / "vellmar";
+}
+
+CliRun runCli(const std::vector<std::string>& args, const std::string& input) {
+  CliRun run;
+  TempDir dir;
+  const fs::path in = dir.path() / "in";
+  const fs::path out = dir.path() / "out";
+  const fs::path err = dir.path() / "err";
+  writeFile(in, input);
+  const auto quoted = [](const std::string& word) {
+    std::string q = "'";
+    for (char c : word) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+  };
+  std::string command = quoted(cliBinary().string());
+  for (const auto& arg : args) command += " " + quoted(arg);
+  command += " <" + quoted(in.string()) + " >" + quoted(out.string()) + " 2>" + quoted(err.string());
+  const int status = std::system(command.c_str());
+  if (status != -1 && WIFEXITED(status)) run.status = WEXITSTATUS(status);
+  run.out = readFile(out);
+  run.err = readFile(err);
+  return run;
+}
+
 }  // namespace vellmar::servertest

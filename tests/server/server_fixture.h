@@ -70,6 +70,20 @@ Outcome sessionExchange(int port, const std::string& session, int method, const 
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& bytes);
 
+// How a run of the command-line tool ended: its exit status (-1 when it did not exit), standard
+// output and standard error.
+struct CliRun {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+// The command-line tool, built beside the server.
+std::filesystem::path cliBinary();
+
+// Runs `vellmar` with `args` (each passed as one word), feeding `input` on standard input.
+CliRun runCli(const std::vector<std::string>& args, const std::string& input = {});
+
 // Runs the sqlite3 shell on `db` with one statement and returns what it prints.
 std::string sqlite(const std::filesystem::path& db, const std::string& sql);
 

@@ -1,0 +1,141 @@
+// `vellmar clean` and `vellmar fetch` as a person runs them: what they print, their exit statuses,
+// and that they hand out what the editor itself would.
+#include <gtest/gtest.h>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "html/cleanup.h"
+#include "html/splice.h"
+#include "http/http_request.h"
+#include "server_fixture.h"
+
+namespace vellmar::servertest {
+namespace {
+
+namespace fs = std::filesystem;
+
+class CliCommands : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!fs::exists(cliBinary())) GTEST_SKIP() << "vellmar is not built at " << cliBinary();
+  }
+};
+
+// A loopback port that nobody listens on.
+int closedPort() {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in addr{};
+  addr.sin_family = AF_INET;
+  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+  socklen_t len = sizeof addr;
+  ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+  ::close(fd);
+  return ntohs(addr.sin_port);
+}
+
+std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+const std::string kPage =
+    "<HTML><HEAD><STYLE>P { color: red }</STYLE></HEAD>\r\n"
+    "<BODY><P CLASS=\"Intro\" style=\"COLOR: red\">Caf\xC3\xA9 <B>na\xC3\xAFve</B></P>"
+    "<TABLE><TR><TD>cell</TD></TR></TABLE></BODY></HTML>";
+
+TEST_F(CliCommands, CleanFiltersStandardInputAndFilesAlike) {
+  const CliRun fromStdin = runCli({"clean"}, kPage);
+  ASSERT_EQ(fromStdin.status, 0) << fromStdin.err;
+  EXPECT_EQ(fromStdin.out, html::cleanHTML(kPage));
+  EXPECT_TRUE(fromStdin.err.empty());
+
+  TempDir dir;
+  writeFile(dir.path() / "page.html", kPage);
+  const CliRun fromFile = runCli({"clean", (dir.path() / "page.html").string()});
+  EXPECT_EQ(fromFile.status, 0);
+  EXPECT_EQ(fromFile.out, fromStdin.out);
+  EXPECT_EQ(runCli({"clean", "-"}, kPage).out, fromStdin.out);
+}
+
+TEST_F(CliCommands, CleanStripsStylesBeforeItTakesTheBody) {
+  const CliRun run = runCli({"clean", "--body", "--strip-styles"}, kPage);
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out, html::cleanHTML(html::extractBodyContent(html::stripEmbeddedStyles(kPage))));
+  EXPECT_EQ(run.out.find("class"), std::string::npos);
+  EXPECT_EQ(run.out.find("style"), std::string::npos);
+  EXPECT_NE(run.out.find("<td>"), std::string::npos);
+  EXPECT_EQ(run.out.find("<html"), std::string::npos);
+}
+
+TEST_F(CliCommands, CleanRefusesWhatItCannotReadOrUnderstand) {
+  const CliRun missing = runCli({"clean", "/no/such/file.html"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_TRUE(missing.out.empty());
+  EXPECT_NE(missing.err.find("/no/such/file.html"), std::string::npos);
+  EXPECT_EQ(missing.err.find('\n'), missing.err.size() - 1) << "one line: " << missing.err;
+
+  TempDir dir;
+  const CliRun directory = runCli({"clean", dir.path().string()});
+  EXPECT_EQ(directory.status, 1);
+
+  const CliRun option = runCli({"clean", "--bogus"});
+  EXPECT_EQ(option.status, 2);
+  EXPECT_NE(option.err.find("usage: vellmar clean"), std::string::npos);
+  EXPECT_EQ(runCli({"clean", "a", "b"}).status, 2);
+}
+
+TEST_F(CliCommands, FetchPrintsTheRequestTheEditorComposes) {
+  const CliRun run = runCli({"fetch", "--print-request", "--host", "example.com", "--port", "8080",
+                             "--path", "/cms/content", "--cookie", "vmSession=abc", "--url",
+                             "vmContentID=7"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  native::PollLoop loop;
+  http::ctlHttpRequest request(loop);
+  request.addCookieVariable("vmSession", "abc");
+  request.addUrlVariable("vmContentID", "7");
+  EXPECT_EQ(run.out, request.composeRequest(0, "example.com", "/cms/content", 8080).text);
+}
+
+TEST_F(CliCommands, FetchReportsEachEndingOnItsFirstLine) {
+  TempDir data;
+  ServerProcess server(data.path());
+  const std::string port = std::to_string(server.port());
+  const std::string session = demoSession(server.port());
+
+  const CliRun ok = runCli({"fetch", "--host", "127.0.0.1", "--port", port, "--path", "/cms/links",
+                            "--cookie", "vmSession=" + session});
+  EXPECT_EQ(ok.status, 0) << ok.err;
+  EXPECT_EQ(firstLine(ok.out), "complete");
+  EXPECT_NE(ok.out.find("<link"), std::string::npos);
+
+  const CliRun refused = runCli({"fetch", "--host", "127.0.0.1", "--port", port, "--path", "/cms/links"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(firstLine(refused.out), "parseError 2 HTTP Error: HTTP/1.1 403 Forbidden");
+
+  const CliRun missing = runCli({"fetch", "--host", "127.0.0.1", "--port", port, "--path", "/nothing-here"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(firstLine(missing.out), "parseError 2 HTTP Error: /nothing-here was not found.");
+
+  const CliRun unreachable = runCli({"fetch", "--host", "127.0.0.1", "--port",
+                                     std::to_string(closedPort()), "--path", "/"});
+  EXPECT_EQ(unreachable.status, 1);
+  EXPECT_EQ(firstLine(unreachable.out).rfind("error ", 0), 0u) << unreachable.out;
+}
+
+TEST_F(CliCommands, FetchGivesAUsageLineForMissingOrMalformedOptions) {
+  for (const auto& args : std::vector<std::vector<std::string>>{
+           {"fetch", "--port", "80", "--path", "/"},
+           {"fetch", "--host", "h", "--path", "/"},
+           {"fetch", "--host", "h", "--port", "eighty", "--path", "/"},
+           {"fetch", "--host", "h", "--port", "80", "--path", "/", "--cookie", "novalue"},
+           {"fetch", "--host", "h", "--port", "80", "--path"},
+       }) {
+    const CliRun run = runCli(args);
+    EXPECT_EQ(run.status, 2) << args.back();
+    EXPECT_NE(run.err.find("usage: vellmar fetch"), std::string::npos) << args.back();
+    EXPECT_TRUE(run.out.empty());
+  }
+}
+
+}  // namespace
+}  // namespace vellmar::servertest

@@ -2,13 +2,10 @@
 // and that they hand out what the editor itself would.
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include "html/cleanup.h"
 #include "html/splice.h"
 #include "http/http_request.h"
+#include "http/loopback_server.h"
 #include "server_fixture.h"
 
 namespace vellmar::servertest {
@@ -22,19 +19,6 @@ class CliCommands : public ::testing::Test {
     if (!fs::exists(cliBinary())) GTEST_SKIP() << "vellmar is not built at " << cliBinary();
   }
 };
-
-// A loopback port that nobody listens on.
-int closedPort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in addr{};
-  addr.sin_family = AF_INET;
-  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
-  socklen_t len = sizeof addr;
-  ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-  ::close(fd);
-  return ntohs(addr.sin_port);
-}
 
 std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
@@ -117,7 +101,7 @@ TEST_F(CliCommands, FetchReportsEachEndingOnItsFirstLine) {
   EXPECT_EQ(firstLine(missing.out), "parseError 2 HTTP Error: /nothing-here was not found.");
 
   const CliRun unreachable = runCli({"fetch", "--host", "127.0.0.1", "--port",
-                                     std::to_string(closedPort()), "--path", "/"});
+                                     std::to_string(testing::closedLoopbackPort()), "--path", "/"});
   EXPECT_EQ(unreachable.status, 1);
   EXPECT_EQ(firstLine(unreachable.out).rfind("error ", 0), 0u) << unreachable.out;
 }

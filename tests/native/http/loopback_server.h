@@ -20,6 +20,19 @@
 
 namespace vellmar::testing {
 
+// A loopback port nobody listens on: bind one, note it, let it go.
+inline int closedLoopbackPort() {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in addr{};
+  addr.sin_family = AF_INET;
+  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+  socklen_t len = sizeof addr;
+  ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+  ::close(fd);
+  return ntohs(addr.sin_port);
+}
+
 struct Script {
   enum class End { close, reset, hold };
   std::vector<std::string> pieces;  // sent one after another

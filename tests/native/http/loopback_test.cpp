@@ -154,17 +154,8 @@ TEST(Loopback, ResetAndRefusedConnectionsRaiseTheSystemError) {
     x.run();
     EXPECT_EQ(x.events, (Events{"started", "error 104 Connection reset by peer"}));
   }
-  // A port nobody listens on: bind one, note it, let it go.
-  int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in addr{};
-  addr.sin_family = AF_INET;
-  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
-  socklen_t len = sizeof addr;
-  ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-  ::close(fd);
   Exchange x;
-  x.request.http(0, "127.0.0.1", "/", 30, ntohs(addr.sin_port));
+  x.request.http(0, "127.0.0.1", "/", 30, testing::closedLoopbackPort());
   x.run();
   EXPECT_EQ(x.events, Events{"error 111 Connection refused"});
 }

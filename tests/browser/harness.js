@@ -95,6 +95,15 @@ function useEditorEnvironment(serverArgs = []) {
     return page;
   };
   env.pageErrors = [];
+  // The demo page, as a person opens it: a session, the editor loaded with the server's document.
+  env.openDemo = async () => {
+    const page = await env.newPage();
+    await page.goto(env.server.url + '/');
+    await page.waitForFunction(() => window.__loaded.length === 1);
+    await page.waitForFunction(() =>
+      document.getElementById('editor1').vellmarEngine.bodyHTML.includes('Welcome'));
+    return page;
+  };
   // Serves `html` at `path` on the server's origin, so the page loads the real component.
   env.openHtml = async (page, html, pagePath = '/test/page.html') => {
     const url = env.server.url + pagePath;

@@ -8,14 +8,6 @@ const { useEditorEnvironment } = require('./harness');
 
 const env = useEditorEnvironment();
 
-async function openDemo() {
-  const page = await env.newPage();
-  await page.goto(env.server.url + '/');
-  await page.waitForFunction(() => window.__loaded.length === 1);
-  await page.waitForFunction(() => document.getElementById('editor1').vellmarEngine.bodyHTML.includes('Welcome'));
-  return page;
-}
-
 // The user writes the document in the HTML view and returns to the WYSIWYG view.
 async function writeDocument(page, html) {
   await page.locator('.vellmar-view-tab', { hasText: 'HTML' }).click();
@@ -34,7 +26,7 @@ const contentId = (page) => editor(page, () => document.getElementById('editor1'
 const body = (page) => editor(page, () => document.getElementById('editor1').vellmarEngine.bodyHTML);
 
 test('saving posts vmContent, adopts the returned id, and a second save is a new version of it', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   await writeDocument(page, '<p>First version</p>');
   const posts = [];
   page.on('request', (r) => { if (r.url().includes('/cms/save')) posts.push({ url: r.url(), data: r.postData() }); });
@@ -61,7 +53,7 @@ test('saving posts vmContent, adopts the returned id, and a second save is a new
 });
 
 test('a save cannot start twice while one is under way', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   let posts = 0;
   let release;
   const held = new Promise((r) => { release = r; });
@@ -84,7 +76,7 @@ test('a save cannot start twice while one is under way', async () => {
 });
 
 test('an answer that is not a vmContentID document shows the error page naming the save script', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   await page.route('**/cms/save*', (route) =>
     route.fulfill({ status: 200, contentType: 'text/xml', body: '<error>x</error>' }));
   await writeDocument(page, '<p>kept</p>');
@@ -100,7 +92,7 @@ test('an answer that is not a vmContentID document shows the error page naming t
 });
 
 test('with the server gone a save changes nothing: logged quietly, shown in debug mode', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   await writeDocument(page, '<p>Unsaved work</p>');
   await page.route('**/cms/save*', (route) => route.abort('connectionrefused'));
   await chooseSave(page);
@@ -119,7 +111,7 @@ test('with the server gone a save changes nothing: logged quietly, shown in debu
 });
 
 test('KeepAliveTimeout 0 requests the keep-alive page on every tick', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   const times = [];
   page.on('request', (r) => { if (r.url().includes('/cms/keepalive')) times.push(Date.now()); });
   await editor(page, () => { document.getElementById('editor1').KeepAliveTimeout = 0; });

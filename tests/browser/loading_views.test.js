@@ -11,14 +11,6 @@ const { useEditorEnvironment, ROOT } = require('./harness');
 const env = useEditorEnvironment();
 const CLI = path.join(ROOT, 'build', 'native', 'cli', 'vellmar');
 
-async function openDemo() {
-  const page = await env.newPage();
-  await page.goto(env.server.url + '/');
-  await page.waitForFunction(() => window.__loaded.length === 1);
-  await page.waitForFunction(() => document.getElementById('editor1').vellmarEngine.bodyHTML.includes('Welcome'));
-  return page;
-}
-
 const engineState = (page) => page.evaluate(() => {
   const e = document.getElementById('editor1');
   const engine = e.vellmarEngine;
@@ -37,7 +29,7 @@ const viewItem = (page, name) => page.getByRole('menu', { name: 'View', exact: t
   .locator(`[role^=menuitem][aria-label="${name}"]`);
 
 test('the document arrives as its body only, without its own styling, under the site style sheet', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   const { body, html, sheets } = await engineState(page);
   assert.doesNotMatch(html, /<style/i);
   assert.doesNotMatch(html, /site-banner|site-page|padding: 16px/);
@@ -61,7 +53,7 @@ test('the document arrives as its body only, without its own styling, under the 
 });
 
 test('getContent(0) is the clean-up of the served body; 1 is its text; other values are empty', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   const { raw, engineBody, html, text, other, bodyHTML } = await page.evaluate(async () => {
     const e = document.getElementById('editor1');
     const r = await fetch('/cms/content');
@@ -97,7 +89,7 @@ test('getContent(0) is the clean-up of the served body; 1 is its text; other val
 });
 
 test('HTML view shows the cleaned body; returning without typing keeps what the clean-up wrote', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   const expected = await page.evaluate(() => document.getElementById('editor1').getBodyHTML());
   await viewTab(page, 'HTML').click();
   assert.equal(await sourceBox(page).isVisible(), true);
@@ -128,7 +120,7 @@ test('HTML view shows the cleaned body; returning without typing keeps what the 
 });
 
 test('typing in the source box changes the engine body at once', async () => {
-  const page = await openDemo();
+  const page = await env.openDemo();
   // The View menu's HTML item switches too.
   await page.getByRole('menubar').getByRole('menuitem', { name: 'View', exact: true }).click();
   await viewItem(page, 'HTML').click();

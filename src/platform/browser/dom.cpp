@@ -557,12 +557,18 @@ std::string SelectionObject::type() const {
 
 TextRange SelectionObject::createRange() const {
   val selection = document_.call<val>("getSelection");
+  const val body = document_["body"];
+  // A selection outside the body (left on the document node when the document was replaced) is no
+  // place to type or paste: it counts as none.
   if (!selection.isNull() && selection["rangeCount"].as<int>() > 0) {
-    return TextRange(document_, selection.call<val>("getRangeAt", 0).call<val>("cloneRange"));
+    val range = selection.call<val>("getRangeAt", 0);
+    if (!body.isNull() && body.call<bool>("contains", range["startContainer"]) &&
+        body.call<bool>("contains", range["endContainer"])) {
+      return TextRange(document_, range.call<val>("cloneRange"));
+    }
   }
   // No selection yet: a caret at the start of the body.
   val range = document_.call<val>("createRange");
-  const val body = document_["body"];
   if (!body.isNull()) range.call<void>("setStart", body, 0);
   return TextRange(document_, range);
 }

@@ -47,6 +47,13 @@ dom::Element closestTable(dom::Element e) {
   return e;
 }
 
+// The table a structure command works on: the one around the caret's cell.
+dom::Element requireTable(const dom::Element& cell) {
+  dom::Element table = closestTable(cell);
+  if (!table) throw ProcedureError(5, "The caret is not in a table");
+  return table;
+}
+
 }  // namespace
 
 // The slots of a table: rows in document order (head, bodies, foot), and for every slot the cell
@@ -210,8 +217,7 @@ void Engine::insertTable(const InsertTableParam& param) {
 // place: that cell grows by a row instead.
 void Engine::insertRow() {
   dom::Element cell = caretCell();
-  const dom::Element table = closestTable(cell);
-  if (!table) throw ProcedureError(5, "The caret is not in a table");
+  const dom::Element table = requireTable(cell);
   TableGrid grid(table);
   const int index = grid.find(cell);
   if (index < 0) throw ProcedureError(5, "The cell is not in its table's grid");
@@ -240,8 +246,7 @@ void Engine::insertRow() {
 // that cell grows by a column instead (once, whatever its row span).
 void Engine::insertColumn() {
   dom::Element cell = caretCell();
-  const dom::Element table = closestTable(cell);
-  if (!table) throw ProcedureError(5, "The caret is not in a table");
+  const dom::Element table = requireTable(cell);
   TableGrid grid(table);
   const int index = grid.find(cell);
   if (index < 0) throw ProcedureError(5, "The cell is not in its table's grid");
@@ -270,8 +275,7 @@ void Engine::insertColumn() {
 // that begins in a deleted row and spans below it moves down into the first row that stays.
 // Deleting every row deletes the table.
 void Engine::deleteRows() {
-  const dom::Element table = closestTable(caretCell());
-  if (!table) throw ProcedureError(5, "The caret is not in a table");
+  const dom::Element table = requireTable(caretCell());
   TableGrid grid(table);
   std::set<int> deleted;
   for (const auto& touched : touchedCells(table)) {
@@ -322,8 +326,7 @@ void Engine::deleteRows() {
 // selection. A cell that lies wholly in deleted columns goes; a cell spanning deleted and kept
 // columns keeps only the kept ones. Deleting every column deletes the table.
 void Engine::deleteColumns() {
-  const dom::Element table = closestTable(caretCell());
-  if (!table) throw ProcedureError(5, "The caret is not in a table");
+  const dom::Element table = requireTable(caretCell());
   TableGrid grid(table);
   std::set<int> deleted;
   for (const auto& touched : touchedCells(table)) {

@@ -42,6 +42,31 @@
         Number(width) | 0, Number(height) | 0, !!showTabs, () => resolve()));
   }
 
+  // The width and height attributes size the element, as a page expects of an <object>: a
+  // browser lays out an <object> whose type it does not know (and any unknown element) inline,
+  // with no size. The rules sit first in the page's head and have no specificity (:where), so
+  // that any rule of the page that sizes the element still wins.
+  const sizeRules = document.createElement('style');
+  const sizedValues = new Set();
+  function sizeFromAttributes(element) {
+    if (!sizeRules.isConnected) {
+      sizeRules.textContent = ':where(object[type="application/x-vellmar" i]) { display: inline-block; }\n';
+      (document.head || document.documentElement).prepend(sizeRules);
+    }
+    for (const dimension of ['width', 'height']) {
+      const value = (element.getAttribute(dimension) || '').trim();
+      const key = dimension + '=' + value;
+      if (!value || sizedValues.has(key)) continue;
+      const m = /^(\d+(?:\.\d+)?)(px|%)?$/i.exec(value);
+      if (!m) continue;
+      sizedValues.add(key);
+      const quoted = '"' + CSS.escape(value) + '"';
+      const length = m[1] + (m[2] === '%' ? '%' : 'px');
+      sizeRules.sheet.insertRule(`:where(object[type="application/x-vellmar" i][${dimension}=${quoted}], ` +
+        `vellmar-editor[${dimension}=${quoted}]) { ${dimension}: ${length}; }`, sizeRules.sheet.cssRules.length);
+    }
+  }
+
   function size(element) {
     const box = element.getBoundingClientRect();
     return [box.width, box.height];
@@ -57,6 +82,7 @@
   });
 
   const hidden = new WeakSet(); // elements removed from the page after they were shown
+  const live = new Set(); // elements whose editor is shown
 
   // Resolves once the editor's own style sheet applies, so that its bars measure their real size.
   function styled(element) {
@@ -80,6 +106,7 @@
 
   function attach(element) {
     if (!element.isConnected) return;
+    sizeFromAttributes(element);
     let inst = instances.get(element);
     if (inst) {
       if (!hidden.has(element)) return;
@@ -89,6 +116,7 @@
       instances.set(element, inst);
       exposeInterface(element);
     }
+    live.add(element);
     resizes.observe(element);
     showWhenLaidOut(element, inst);
   }
@@ -97,9 +125,22 @@
     const inst = instances.get(element);
     if (!inst || hidden.has(element)) return;
     hidden.add(element);
+    live.delete(element);
     resizes.unobserve(element);
     inst.hide();
   }
+
+  // Leaving the page while an editor holds changes that were not saved asks first.
+  window.addEventListener('beforeunload', (event) => {
+    for (const element of live) {
+      const inst = instances.get(element);
+      if (inst && inst.hasUnsavedChanges()) {
+        event.preventDefault();
+        event.returnValue = '';
+        return;
+      }
+    }
+  });
 
   function scan(root) {
     if (root.nodeType !== Node.ELEMENT_NODE && root.nodeType !== Node.DOCUMENT_NODE) return;
@@ -121,10 +162,16 @@
     scan(document);
     new MutationObserver((mutations) => {
       for (const m of mutations) {
+        if (m.type === 'attributes') {
+          if (m.target.matches(SELECTOR)) sizeFromAttributes(m.target);
+          continue;
+        }
         m.removedNodes.forEach(scanRemoved);
         m.addedNodes.forEach(scan);
       }
-    }).observe(document.documentElement, { childList: true, subtree: true });
+    }).observe(document.documentElement, {
+      childList: true, subtree: true, attributes: true, attributeFilter: ['width', 'height'],
+    });
   }
 
   // Elements are attached once the document is parsed, so their <param> children are all there.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "common/diagnostics.h"
 #include "editor/debug_log.h"
@@ -11,7 +12,8 @@ namespace vellmar::editor {
 
 namespace {
 
-thread_local ctlVellmar2* activeControl = nullptr;
+// The controls that are shown, in the order of their last show; the last one is active.
+thread_local std::vector<ctlVellmar2*> shownControls;
 
 constexpr int kConfigurationWidth = 7000;   // twips
 constexpr int kConfigurationHeight = 4000;
@@ -44,16 +46,17 @@ std::string configurationPage(bool domainMissing, bool portMissing) {
 ctlVellmar2::ctlVellmar2(ControlView& view, ControlHooks hooks)
     : view_(view),
       hooks_(std::move(hooks)),
-      state_(ControlState::shared()),
       properties_(PropertySet::shared()),
       alive_(std::make_shared<bool>(true)) {}
 
 ctlVellmar2::~ctlVellmar2() {
   *alive_ = false;
-  if (activeControl == this) releaseReferences();
+  releaseReferences();
 }
 
-ctlVellmar2* ctlVellmar2::active() { return activeControl; }
+ctlVellmar2* ctlVellmar2::active() {
+  return shownControls.empty() ? nullptr : shownControls.back();
+}
 
 PropertyHooks ctlVellmar2::propertyHooks() {
   PropertyHooks h;
@@ -78,6 +81,7 @@ void ctlVellmar2::initialize() {
   guarded("UserControl_Initialize", [&] {
     DebugLog::shared().clearOpenFlag();
     state_.configurationValid = false;
+    shownBefore_ = false;
     properties_.resetToDefaults();
     // Out of sight until the layout pass brings it back.
     Rect engine = view_.bounds(Child::Engine);
@@ -109,7 +113,8 @@ bool ctlVellmar2::checkConfiguration(std::function<void()> closed) {
 
 void ctlVellmar2::show() {
   guarded("UserControl_Show", [&] {
-    activeControl = this;
+    std::erase(shownControls, this);
+    shownControls.push_back(this);
     dialogs::MessageWindow::shared().setPresenter(view_.messagePresenter());
     debugLog("_Show");
     // The configuration page is modal: the rest of an unconfigured show runs once it is closed.
@@ -123,15 +128,21 @@ void ctlVellmar2::show() {
     if (hooks_.fillFontTables) hooks_.fillFontTables();
     if (hooks_.buildEditorMenu) hooks_.buildEditorMenu();
     state_.ready = true;
+    const bool firstShow = !shownBefore_;
+    shownBefore_ = true;
     enableInterface();
-    if (!properties_.pathToContent().empty() && hooks_.loadContent) hooks_.loadContent();
+    if (firstShow && !properties_.pathToContent().empty() && hooks_.loadContent) {
+      hooks_.loadContent();
+    }
     if (properties_.pathToStyleSheet().empty() || properties_.isNonZero("DisableCssStyles")) {
       if (hooks_.setVisibleMenuItem) hooks_.setVisibleMenuItem("style", "cssClasses", false);
-    } else {
+    } else if (firstShow) {
       debugLog("load Stylesheet");
       if (hooks_.loadStylesheet) hooks_.loadStylesheet();
       debugLog("load Stylesheet complete");
     }
+    // Hiding stopped the progress timer too.
+    view_.setTimerEnabled(Timer::Progress, true);
     view_.setTimerEnabled(Timer::KeepAlive, true);
     view_.caretToStart();
     view_.raiseLoaded();
@@ -147,10 +158,13 @@ void ctlVellmar2::finishUnconfiguredShow() {
 }
 
 void ctlVellmar2::releaseReferences() {
-  if (activeControl != this) return;
-  activeControl = nullptr;
+  if (std::find(shownControls.begin(), shownControls.end(), this) == shownControls.end()) return;
+  std::erase(shownControls, this);
+  // The shared procedures go on with the editor shown before this one, if any is left.
   auto& window = dialogs::MessageWindow::shared();
-  if (window.presenter() == view_.messagePresenter()) window.setPresenter(nullptr);
+  if (window.presenter() == view_.messagePresenter()) {
+    window.setPresenter(active() ? active()->view_.messagePresenter() : nullptr);
+  }
 }
 
 void ctlVellmar2::hide() {
@@ -234,6 +248,7 @@ void ctlVellmar2::enableInterface() {
       view_.setShown(Child::ViewTabs, true);
     }
     if (!view_.isShown(Child::Engine)) view_.setShown(Child::Engine, true);
+    if (!view_.isShown(Child::Status)) view_.setShown(Child::Status, true);
     debugLog("mcMenuBar1.Visible = mcMenuBar1.isVisible");
     // A menu bar whose isVisible is false draws nothing; hiding the component is the page's way
     // of drawing nothing.
@@ -313,15 +328,21 @@ void ctlVellmar2::layout() {
     if (prev && *prev != Child::MenuBar) setToRemainingWidth(*prev);
     const int top = prev ? view_.bounds(*prev).bottom() : 0;
 
-    const Rect progress{0, height - kProgressHeight, width, kProgressHeight};
+    // The bottom strip: the status text, then the progress indicator at its right end.
+    const int stripTop = std::max(top, height - kStatusStripHeight);
+    const int progressWidth = std::min(kProgressWidth, width / 3);
+    const Rect progress{width - progressWidth - 2,
+                        stripTop + (kStatusStripHeight - kProgressHeight) / 2, progressWidth,
+                        kProgressHeight};
     assign(Child::Progress, progress);
+    assign(Child::Status, {0, stripTop, std::max(0, progress.left - 4), kStatusStripHeight});
     if (properties_.isNonZero("DisableHtmlView")) {
       assignShown(Child::ViewTabs, false);
-      const Rect area{2, top, std::max(0, width - 4), std::max(0, progress.top - top)};
+      const Rect area{2, top, std::max(0, width - 4), stripTop - top};
       assign(Child::Engine, area);
       assign(Child::SourceBox, area);
     } else {
-      const Rect tabs{0, top, width, std::max(0, height - top)};
+      const Rect tabs{0, top, width, stripTop - top};
       assignShown(Child::ViewTabs, true);
       assign(Child::ViewTabs, tabs);
       Rect area = view_.tabClientArea(tabs);

@@ -36,12 +36,17 @@ enum class Child {
   Engine,
   SourceBox,
   Progress,
+  Status,  // the status text of the bottom strip, beside the progress indicator
 };
 
 enum class Timer { KeepAlive, Progress };
 
 // The progress indicator's height: 135 twips.
 inline constexpr int kProgressHeight = 135 / dialogs::kTwipsPerPixel;
+// The bottom strip below the editing area: the status text, and the progress indicator at its
+// right end (at most this wide, and never more than a third of the control).
+inline constexpr int kStatusStripHeight = 18;
+inline constexpr int kProgressWidth = 160;
 
 // The page side of the control: the element's box, its child elements and the container services.
 // Units are pixels.
@@ -127,6 +132,9 @@ class ctlVellmar2 {
   ctlVellmar2& operator=(const ctlVellmar2&) = delete;
 
   ControlHooks& hooks() { return hooks_; }
+  // This editor's own state (ready, current view, request in progress, ...).
+  ControlState& state() { return state_; }
+  const ControlState& state() const { return state_; }
 
   // Container entry points.
   void initialize();
@@ -157,7 +165,8 @@ class ctlVellmar2 {
   // The bar's own isVisible value (the menu bar's is the result of its switches).
   bool barIsVisible(Child bar) const;
 
-  // The control whose view shared procedures use (the one shown last), or nullptr.
+  // The control whose view shared procedures use (the one shown last of those still shown), or
+  // nullptr.
   static ctlVellmar2* active();
 
  private:
@@ -168,9 +177,13 @@ class ctlVellmar2 {
 
   ControlView& view_;
   ControlHooks hooks_;
-  ControlState& state_;
+  ControlState state_;
   PropertySet& properties_;
   bool menuBarIsVisible_ = false;
+  // Set by the first show. A later show (the element was taken out of the page and put back)
+  // keeps the document and the style sheet's classes the editor already has: fetching them
+  // again would throw away what the person typed.
+  bool shownBefore_ = false;
   ToolbarVisibility toolbars_;
   // Continuations that outlive the control (the message window's) check this first.
   std::shared_ptr<bool> alive_;

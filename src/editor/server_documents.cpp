@@ -1,5 +1,6 @@
 #include "editor/server_documents.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "common/diagnostics.h"
@@ -129,6 +130,45 @@ std::string malformedSavePage(std::string_view pathToSaveToServer, std::string_v
   return page;
 }
 
+std::string failedStatus(StatusAction action, std::string_view reason) {
+  std::string text = action == StatusAction::Load ? "Load failed: " : "Save failed: ";
+  text += reason;
+  return text;
+}
+
+std::string httpFailureReason(std::string_view message) {
+  // A status the server answered with reads "HTTP Error: HTTP/1.1 500 Internal Server Error", or
+  // for 404 "HTTP Error: <path> was not found."; anything else is an answer that was not HTTP.
+  const std::size_t version = message.find("HTTP/1.");
+  if (version != std::string_view::npos) {
+    const std::size_t code = message.find(' ', version);
+    if (code != std::string_view::npos && code + 4 <= message.size()) {
+      const std::string_view digits = message.substr(code + 1, 3);
+      if (std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
+        return "HTTP " + std::string(digits);
+    }
+  }
+  constexpr std::string_view kNotFound = " was not found.";
+  if (message.size() >= kNotFound.size() &&
+      message.substr(message.size() - kNotFound.size()) == kNotFound)
+    return "HTTP 404";
+  if (message.substr(0, 10) == "HTTP Error") return "HTTP error";
+  return "unreadable answer";
+}
+
+std::string timeoutReason(int httpTimeout) {
+  return "no answer within " + std::to_string(httpTimeout) + " seconds";
+}
+
+void ChangeTracker::loaded(std::string bodyHTML) {
+  stored_ = std::move(bodyHTML);
+  posting_.clear();
+}
+
+void ChangeTracker::saveStarted(std::string bodyHTML) { posting_ = std::move(bodyHTML); }
+
+void ChangeTracker::saveSucceeded() { stored_ = posting_; }
+
 bool KeepAliveCounter::tick(bool hasPath, std::int32_t keepAliveTimeout) {
   if (!hasPath) return false;
   // The counter is 16-bit; it stops at its top rather than wrapping to negative counts.
@@ -138,12 +178,14 @@ bool KeepAliveCounter::tick(bool hasPath, std::int32_t keepAliveTimeout) {
   return true;
 }
 
-ServerDocuments::ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hooks)
-    : ServerDocuments(loop, std::move(hooks), PropertySet::shared()) {}
+ServerDocuments::ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hooks,
+                                 ControlState& state)
+    : ServerDocuments(loop, std::move(hooks), state, PropertySet::shared()) {}
 
 ServerDocuments::ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hooks,
-                                 PropertySet& properties)
+                                 ControlState& state, PropertySet& properties)
     : properties_(properties),
+      state_(state),
       hooks_(std::move(hooks)),
       content_(loop),
       css_(loop),
@@ -155,12 +197,36 @@ ServerDocuments::ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hook
   wireKeepAlive();
 }
 
+void ServerDocuments::status(std::string_view text) {
+  if (hooks_.showStatus) hooks_.showStatus(std::string(text));
+}
+
+void ServerDocuments::setLoading(bool loading) {
+  if (state_.loadingDocument == loading) return;
+  state_.loadingDocument = loading;
+  if (hooks_.documentLoading) hooks_.documentLoading(loading);
+}
+
+void ServerDocuments::loadFailed(std::string_view reason) {
+  setLoading(false);
+  status(failedStatus(StatusAction::Load, reason));
+}
+
+bool ServerDocuments::hasUnsavedChanges() const {
+  return hooks_.bodyHTML && changes_.changed(hooks_.bodyHTML());
+}
+
 void ServerDocuments::loadContent() {
+  bool started = false;
   guarded("loadContent", [&] {
+    setLoading(true);
+    status(kStatusLoading);
     http::addCommonVariables(content_, properties_);
-    http::startExchange(content_, 0, properties_.pathToContent(), properties_.pathToContent(),
-                        properties_);
+    started = http::startExchange(content_, 0, properties_.pathToContent(),
+                                  properties_.pathToContent(), properties_);
   });
+  // A request that never went out must not leave the editing area locked.
+  if (!started) loadFailed(kBadPortReason);
 }
 
 void ServerDocuments::loadStylesheet() {
@@ -173,13 +239,15 @@ void ServerDocuments::loadStylesheet() {
 
 void ServerDocuments::saveToServer() {
   guarded("saveToServer", [&] {
-    if (saving_) return;
     http::addCommonVariables(save_, properties_);
     const std::string text =
         hooks_.getContent ? hooks_.getContent(properties_.saveContentMethod()) : std::string();
     save_.addFormVariable("vmContent", 0, text);
+    changes_.saveStarted(hooks_.bodyHTML ? hooks_.bodyHTML() : text);
+    status(kStatusSaving);
     saving_ = http::startExchange(save_, 1, properties_.pathToSaveToServer(),
                                   properties_.pathToSaveToServer(), properties_);
+    if (!saving_) status(failedStatus(StatusAction::Save, kBadPortReason));
   });
 }
 
@@ -197,10 +265,13 @@ void ServerDocuments::keepAliveTick() {
 
 void ServerDocuments::wireContent() {
   auto& e = content_.events;
-  auto& state = ControlState::shared();
-  e.started = [&state] { state.requestInProgress = true; };
-  e.complete = [this, &state](const std::string& body) {
-    guarded("ctlHttpContent_complete", [&] {
+  e.started = [this] { state_.requestInProgress = true; };
+  e.canceled = [this] {
+    state_.requestInProgress = false;
+    setLoading(false);
+  };
+  e.complete = [this](const std::string& body) {
+    const bool loaded = guarded("ctlHttpContent_complete", [&] {
       const std::string& source = properties_.pathToContent();
       http::showHttpMessage("HTTP Success", kContentSuccess, body, source);
       const bool strip = !properties_.pathToStyleSheet().empty() &&
@@ -208,38 +279,42 @@ void ServerDocuments::wireContent() {
       const std::string document = documentForEditing(body, strip);
       if (hooks_.storeContent) hooks_.storeContent(document);
     });
-    state.requestInProgress = false;
+    state_.requestInProgress = false;
+    setLoading(false);
+    status(loaded ? kStatusLoaded : failedStatus(StatusAction::Load, kUnexpectedAnswerReason));
   };
-  e.error = [this, &state](int number, const std::string& description) {
+  e.error = [this](int number, const std::string& description) {
     http::reportHttpError(number, description, properties_.pathToContent(), true);
-    state.requestInProgress = false;
+    state_.requestInProgress = false;
+    loadFailed(kUnreachableReason);
   };
-  e.parseError = [this, &state](int, const std::string& message, const std::string& text) {
+  e.parseError = [this](int, const std::string& message, const std::string& text) {
     http::reportParseError(message, text, properties_.pathToContent());
-    state.requestInProgress = false;
+    state_.requestInProgress = false;
+    loadFailed(httpFailureReason(message));
   };
-  e.timeout = [this, &state] {
+  e.timeout = [this] {
     http::reportTimeout(properties_.pathToContent(), properties_.httpTimeout());
-    state.requestInProgress = false;
+    state_.requestInProgress = false;
+    loadFailed(timeoutReason(properties_.httpTimeout()));
   };
 }
 
 void ServerDocuments::wireStylesheet() {
   auto& e = css_.events;
-  auto& state = ControlState::shared();
-  const auto failed = [this, &state] {
+  const auto failed = [this] {
     if (hooks_.setVisibleMenuItem) hooks_.setVisibleMenuItem("style", "cssClasses", false);
-    state.requestInProgress = false;
+    state_.requestInProgress = false;
   };
-  e.started = [&state] { state.requestInProgress = true; };
-  e.complete = [this, &state](const std::string& sheet) {
+  e.started = [this] { state_.requestInProgress = true; };
+  e.complete = [this](const std::string& sheet) {
     guarded("ctlHttpCSS_complete", [&] {
       http::showHttpMessage("HTTP Success", kSheetSuccess, "<pre>" + sheet + "</pre>",
                             properties_.pathToStyleSheet());
       classes_ = cssClassesFromStyleSheet(sheet);
       if (hooks_.classesExtracted) hooks_.classesExtracted(classes_);
     });
-    state.requestInProgress = false;
+    state_.requestInProgress = false;
   };
   e.error = [this, failed](int number, const std::string& description) {
     http::reportHttpError(number, description, properties_.pathToStyleSheet());
@@ -259,9 +334,16 @@ void ServerDocuments::saveAnswered(const std::string& body) {
   const std::string& source = properties_.pathToSaveToServer();
   http::showHttpMessage("HTTP Success", kSaveSuccess, body, source);
   if (auto id = contentIdFromSaveAnswer(body)) {
-    properties_.let("ContentID", *id);
+    if (hooks_.storeContentID) {
+      hooks_.storeContentID(*id);
+    } else {
+      properties_.let("ContentID", *id);
+    }
+    changes_.saveSucceeded();
+    status(kStatusSaved);
     return;
   }
+  status(failedStatus(StatusAction::Save, kUnexpectedAnswerReason));
   const std::string page = malformedSavePage(source, body);
   if (hooks_.showSaveError) {
     hooks_.showSaveError(page);
@@ -272,12 +354,11 @@ void ServerDocuments::saveAnswered(const std::string& body) {
 
 void ServerDocuments::wireSave() {
   auto& e = save_.events;
-  auto& state = ControlState::shared();
-  const auto done = [this, &state] {
+  const auto done = [this] {
     saving_ = false;
-    state.requestInProgress = false;
+    state_.requestInProgress = false;
   };
-  e.started = [&state] { state.requestInProgress = true; };
+  e.started = [this] { state_.requestInProgress = true; };
   e.canceled = done;
   e.complete = [this, done](const std::string& body) {
     done();
@@ -285,14 +366,17 @@ void ServerDocuments::wireSave() {
   };
   e.error = [this, done](int number, const std::string& description) {
     done();
+    status(failedStatus(StatusAction::Save, kUnreachableReason));
     http::reportHttpError(number, description, properties_.pathToSaveToServer());
   };
   e.parseError = [this, done](int, const std::string& message, const std::string& text) {
     done();
+    status(failedStatus(StatusAction::Save, httpFailureReason(message)));
     http::reportParseError(message, text, properties_.pathToSaveToServer());
   };
   e.timeout = [this, done] {
     done();
+    status(failedStatus(StatusAction::Save, timeoutReason(properties_.httpTimeout())));
     http::reportTimeout(properties_.pathToSaveToServer(), properties_.httpTimeout());
   };
 }

@@ -18,6 +18,7 @@ class mcMenuBar;
 namespace vellmar::editor {
 
 class PropertySet;
+struct ControlState;
 
 // The class selectors of a style sheet, each as written with its leading ".", sorted by their
 // upper-case forms. A sheet without class rules gives the single empty entry.
@@ -39,6 +40,41 @@ std::string documentForEditing(std::string_view page, bool stripStyles);
 std::optional<std::string> contentIdFromSaveAnswer(std::string_view body);
 // The page shown for a save answer that is not a vmContentID document.
 std::string malformedSavePage(std::string_view pathToSaveToServer, std::string_view body);
+
+// The status strip's account of the last document load and save, so that a failure is never
+// silent (the message window shows server exchanges only in debug mode).
+inline constexpr std::string_view kStatusLoading = "Loading\u2026";
+inline constexpr std::string_view kStatusLoaded = "Loaded";
+inline constexpr std::string_view kStatusSaving = "Saving\u2026";
+inline constexpr std::string_view kStatusSaved = "Saved";
+enum class StatusAction { Load, Save };
+// "Load failed: " or "Save failed: " and the reason in a few words: "HTTP 500" for a status the
+// server answered with (from the parse error's message), "cannot reach the server" for a
+// transport error, "no answer within N seconds" for a time-out.
+std::string failedStatus(StatusAction action, std::string_view reason);
+std::string httpFailureReason(std::string_view parseErrorMessage);
+std::string timeoutReason(int httpTimeout);
+inline constexpr std::string_view kUnreachableReason = "cannot reach the server";
+inline constexpr std::string_view kUnexpectedAnswerReason = "unexpected answer";
+inline constexpr std::string_view kBadPortReason = "the port is not a number";
+
+// Whether the document in the editor differs from the one last loaded or stored by a save. The
+// document is compared as getBodyHTML hands it out, so that what the clean-up does not keep
+// (white space between tags, letter case) never counts as a change.
+class ChangeTracker {
+ public:
+  // The document now in the editor is the stored one.
+  void loaded(std::string bodyHTML);
+  // A save posts this document; it becomes the stored one if the save succeeds. A later save
+  // replaces it.
+  void saveStarted(std::string bodyHTML);
+  void saveSucceeded();
+  bool changed(std::string_view currentBodyHTML) const { return currentBodyHTML != stored_; }
+
+ private:
+  std::string stored_;
+  std::string posting_;
+};
 
 // Ticks since the last keep-alive request (16-bit, as the timer counts them).
 class KeepAliveCounter {
@@ -65,17 +101,28 @@ struct ServerDocumentHooks {
       setVisibleMenuItem;
   // The window a malformed save answer is shown in (the message window by default).
   std::function<void(const std::string& page)> showSaveError;
+  // The `ContentID` Let, with its PropertyChanged (the bare store by default).
+  std::function<void(const std::string& id)> storeContentID;
+  // getBodyHTML of the engine's document, for the change tracker.
+  std::function<std::string()> bodyHTML;
+  // The status strip's text.
+  std::function<void(const std::string& text)> showStatus;
+  // True while the document request is under way: the editing area takes no input.
+  std::function<void(bool loading)> documentLoading;
 };
 
 // ctlHttpContent, ctlHttpCSS, ctlHttpSaveToServer and ctlHttpKeepAlive of one control.
 class ServerDocuments {
  public:
-  ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hooks);
-  ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hooks, PropertySet& properties);
+  // `state` is the editor's own (request in progress, document loading).
+  ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hooks, ControlState& state);
+  ServerDocuments(http::EventLoop& loop, ServerDocumentHooks hooks, ControlState& state,
+                  PropertySet& properties);
 
   void loadContent();
   void loadStylesheet();
-  // Ignored while an earlier save is still under way.
+  // A save started while another is under way resets the save client, which abandons the
+  // running exchange: the newer document is the one that counts.
   void saveToServer();
   // tmrKeepAlive_Timer.
   void keepAliveTick();
@@ -83,6 +130,9 @@ class ServerDocuments {
   bool saving() const { return saving_; }
   const std::vector<std::string>& classList() const { return classes_; }
   std::int16_t keepAliveTicks() const { return counter_.value(); }
+  ChangeTracker& changes() { return changes_; }
+  // The document differs from the one last loaded or saved.
+  bool hasUnsavedChanges() const;
 
   http::ctlHttpRequest& contentRequest() { return content_; }
   http::ctlHttpRequest& cssRequest() { return css_; }
@@ -95,8 +145,12 @@ class ServerDocuments {
   void wireSave();
   void wireKeepAlive();
   void saveAnswered(const std::string& body);
+  void status(std::string_view text);
+  void loadFailed(std::string_view reason);
+  void setLoading(bool loading);
 
   PropertySet& properties_;
+  ControlState& state_;
   ServerDocumentHooks hooks_;
   http::ctlHttpRequest content_;
   http::ctlHttpRequest css_;
@@ -104,6 +158,7 @@ class ServerDocuments {
   http::ctlHttpRequest keepAlive_;
   KeepAliveCounter counter_;
   std::vector<std::string> classes_;
+  ChangeTracker changes_;
   bool saving_ = false;
 };
 

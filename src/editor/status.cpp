@@ -4,11 +4,6 @@
 
 namespace vellmar::editor {
 
-ControlState& ControlState::shared() {
-  thread_local ControlState state;
-  return state;
-}
-
 void updateStatus(const ControlState& state, const StatusHooks& hooks) {
   guarded("updateStatus", [&] {
     if (state.currentView == View::Html) {

@@ -29,6 +29,7 @@ EMSCRIPTEN_BINDINGS(vellmar) {
       .function("setProperty", &ElementHost::setProperty)
       .function("getContent", &ElementHost::getContent)
       .function("getBodyHTML", &ElementHost::getBodyHTML)
+      .function("hasUnsavedChanges", &ElementHost::hasUnsavedChanges)
       .function("writeProperties", &ElementHost::writeProperties)
       .function("getDebugLog", &ElementHost::getDebugLog)
       .function("showMessage", &ElementHost::showMessage);

@@ -66,6 +66,7 @@ ControlView::ControlView(val surface, val shadowRoot)
       {Child::Engine, "div", "vellmar-engine", nullptr, nullptr},
       {Child::SourceBox, "textarea", "vellmar-source", nullptr, "HTML"},
       {Child::Progress, "div", "vellmar-progress", "progressbar", "Loading"},
+      {Child::Status, "div", "vellmar-status", "status", nullptr},
   };
   for (const auto& s : placeholders) {
     val el = create(s.tag, s.className);
@@ -190,6 +191,23 @@ void ControlView::setTimerEnabled(editor::Timer timer, bool enabled) {
     id = emscripten_set_interval(&ControlView::progressTick, kProgressInterval, this);
   } else {
     id = emscripten_set_interval(&ControlView::keepAliveTick, kKeepAliveInterval, this);
+  }
+}
+
+void ControlView::setStatusText(const std::string& text) {
+  slot(Child::Status).element.set("textContent", text);
+}
+
+std::string ControlView::statusText() const {
+  return slot(Child::Status).element["textContent"].as<std::string>();
+}
+
+void ControlView::setLoadingShown(bool loading) {
+  val engine = slot(Child::Engine).element;
+  if (loading) {
+    attr(engine, "aria-busy", "true");
+  } else {
+    engine.call<void>("removeAttribute", std::string("aria-busy"));
   }
 }
 

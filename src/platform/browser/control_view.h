@@ -4,6 +4,7 @@
 
 #include <array>
 #include <functional>
+#include <string>
 
 #include "editor/control.h"
 #include "platform/browser/message_view.h"
@@ -52,6 +53,12 @@ class ControlView final : public editor::ControlView {
   // The element of a child (the engine and source box are filled by the views that own them).
   const emscripten::val& element(editor::Child child) const;
 
+  // The bottom strip's status text, announced to screen readers.
+  void setStatusText(const std::string& text);
+  std::string statusText() const;
+  // Shows over the editing area that the document is still loading.
+  void setLoadingShown(bool loading);
+
  private:
   struct Slot {
     emscripten::val element = emscripten::val::undefined();
@@ -59,7 +66,7 @@ class ControlView final : public editor::ControlView {
     bool shown = false;
     bool enabled = true;
   };
-  static constexpr std::size_t kChildren = 9;
+  static constexpr std::size_t kChildren = 10;
   Slot& slot(editor::Child child) { return slots_[static_cast<std::size_t>(child)]; }
   const Slot& slot(editor::Child child) const { return slots_[static_cast<std::size_t>(child)]; }
 

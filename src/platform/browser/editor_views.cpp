@@ -10,6 +10,7 @@
 #include "editor/control_state.h"
 #include "editor/properties.h"
 #include "html/cleanup.h"
+#include "html/splice.h"
 #include "http/server_exchange.h"
 #include "platform/browser/engine.h"
 #include "platform/browser/menubar_view.h"
@@ -52,8 +53,8 @@ val listener(int views, int kind, int index) {
 
 }  // namespace
 
-EditorViews::EditorViews(ControlView& view, EditorMenuBar& menuBar)
-    : view_(view), menuBar_(menuBar), source_(view.element(Child::SourceBox)), id_(nextId()) {
+EditorViews::EditorViews(ControlView& view, EditorMenuBar& menuBar, editor::ControlState& state)
+    : view_(view), menuBar_(menuBar), state_(state), source_(view.element(Child::SourceBox)), id_(nextId()) {
   registry()[id_] = this;
   source_.call<void>("setAttribute", std::string("spellcheck"), std::string("false"));
   source_.call<void>("addEventListener", std::string("input"), listener(id_, kSourceInput, 0));
@@ -69,6 +70,11 @@ EditorViews::~EditorViews() { registry().erase(id_); }
 void EditorViews::attach(Engine& engine) {
   engine_ = &engine;
   engine.events().DisplayChanged = [this] { displayChanged(); };
+  if (pending_) {
+    const std::string document = std::move(*pending_);
+    pending_.reset();
+    loadDocument(document);
+  }
 }
 
 void EditorViews::handleEvent(int kind, int index) {
@@ -81,7 +87,10 @@ void EditorViews::handleEvent(int kind, int index) {
 
 void EditorViews::loadDocument(const std::string& content) {
   guarded("loadDocument", [&] {
-    if (!engine_) return;
+    if (!engine_) {
+      pending_ = content;
+      return;
+    }
     engine_->setDocumentHTML(content);
     const dom::Document doc = engine_->DOM();
     doc.scroll(0, 0);
@@ -102,7 +111,11 @@ void EditorViews::caretToStart() {
 std::string EditorViews::getBodyHTML() const {
   std::string html;
   guarded("getBodyHTML", [&] {
-    if (engine_) html = html::cleanHTML(engine_->DOM().body().innerHTML());
+    if (engine_) {
+      html = html::cleanHTML(engine_->DOM().body().innerHTML());
+    } else if (pending_) {
+      html = html::cleanHTML(html::extractBodyContent(*pending_));
+    }
   });
   return html;
 }
@@ -137,7 +150,8 @@ void EditorViews::selectTab(int index) {
 }
 
 void EditorViews::setView(std::string_view viewKey) {
-  auto& state = editor::ControlState::shared();
+  auto& state = state_;
+  if (state.loadingDocument) return;
   auto& bar = menuBar_.model();
   val engineBox = view_.element(Child::Engine);
   if (viewKey == "html" && state.currentView != View::Html) {

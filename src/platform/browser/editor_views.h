@@ -3,9 +3,11 @@
 #include <emscripten/val.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "editor/control_state.h"
 #include "platform/browser/control_view.h"
 
 namespace vellmar::browser {
@@ -17,23 +19,25 @@ class EditorMenuBar;
 // `view` menu items that switch between them, and the document going into and out of the engine.
 class EditorViews {
  public:
-  EditorViews(ControlView& view, EditorMenuBar& menuBar);
+  // `state` is the editor's own: its current view and whether its document is still loading.
+  EditorViews(ControlView& view, EditorMenuBar& menuBar, editor::ControlState& state);
   ~EditorViews();
   EditorViews(const EditorViews&) = delete;
   EditorViews& operator=(const EditorViews&) = delete;
 
-  // The engine exists from the first show on.
+  // The engine exists from the first show on; a document loaded before goes into it then.
   void attach(Engine& engine);
 
   // Puts the document into the engine, scrolls to the top, refreshes the source box and puts the
-  // caret at the start.
+  // caret at the start. Before the engine exists the document waits for it.
   void loadDocument(const std::string& content);
   // A collapsed selection at the start of the body.
   void caretToStart();
   std::string getBodyHTML() const;
   // 0: getBodyHTML; 1: the body's plain text; anything else: "".
   std::string getContent(std::int32_t contentType) const;
-  // "wysiwyg" or "html"; any other key, or the current view's, does nothing.
+  // "wysiwyg" or "html"; any other key, or the current view's, does nothing. Nor does a switch
+  // while the document is loading: the source box would write into a document about to go.
   void setView(std::string_view viewKey);
 
   // The page's events.
@@ -47,7 +51,10 @@ class EditorViews {
 
   ControlView& view_;
   EditorMenuBar& menuBar_;
+  editor::ControlState& state_;
   Engine* engine_ = nullptr;
+  // A document loaded before the engine existed.
+  std::optional<std::string> pending_;
   emscripten::val source_;
   int id_;
   // True while the control itself writes the source box.

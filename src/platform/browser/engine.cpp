@@ -4,6 +4,7 @@
 #include <emscripten/em_macros.h>
 #include <emscripten/val.h>
 
+#include <algorithm>
 #include <cmath>
 #include <unordered_map>
 
@@ -58,6 +59,15 @@ std::string tagOf(const val& node) {
   return upper(node["tagName"].as<std::string>());
 }
 
+// The blocks that hold lines of text themselves; text anywhere inside one of them is in a block.
+bool holdsText(const std::string& tag) {
+  static const char* const kHolders[] = {"P",  "H1", "H2",      "H3",  "H4",  "H5", "H6",
+                                         "PRE", "ADDRESS", "DIV", "LI", "DT", "DD",
+                                         "TD", "TH", "CAPTION", "CENTER", "BLOCKQUOTE"};
+  return std::any_of(std::begin(kHolders), std::end(kHolders),
+                     [&](const char* holder) { return tag == holder; });
+}
+
 }  // namespace
 
 Engine* engineById(int id) {
@@ -97,7 +107,12 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
   }
   observer_ = val::global("MutationObserver").new_(listener(kMutations));
   history_ = std::make_unique<UndoHistory>(observer_);
+  overlay_.call<void>("addEventListener", std::string("mousedown"), listener(kOverlayDown));
+  listenToDocument();
+  loadDocument("<html><head></head><body></body></html>");
+}
 
+void Engine::listenToDocument() {
   const std::pair<const char*, EventKind> documentEvents[] = {
       {"keydown", kKeyDown},     {"beforeinput", kBeforeInput}, {"input", kInput},
       {"mousedown", kMouseDown}, {"click", kClick},             {"dblclick", kDblClick},
@@ -106,13 +121,39 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
   for (const auto& [type, kind] : documentEvents) {
     document_.call<void>("addEventListener", std::string(type), listener(kind), true);
   }
-  overlay_.call<void>("addEventListener", std::string("mousedown"), listener(kOverlayDown));
-
+  // A constructed sheet can only be adopted by documents of the window that made it.
   val sheetType = frame_["contentWindow"]["CSSStyleSheet"];
   visualAidsSheet_ = sheetType.new_();
   visualAidsSheet_.call<void>("replaceSync", std::string(kVisualAidsCss));
+}
 
-  loadDocument("<html><head></head><body></body></html>");
+bool Engine::reattach() {
+  const val current = frame_["contentDocument"];
+  if (current.isNull() || current.isUndefined() || current.strictlyEquals(document_)) return false;
+  // What the person did last may still wait in the observer's queue.
+  history_->take(observer_.call<val>("takeRecords"));
+  const val old = document_;
+  document_ = current;
+  listenToDocument();
+  val moved = dom::call(document_, "adoptNode", old["documentElement"]);
+  dom::call(document_, "replaceChild", moved, document_["documentElement"]);
+  attachDocument(true);
+  val::global("setTimeout")(listener(kDocumentComplete), 0);
+  return true;
+}
+
+void Engine::setInputLocked(bool locked) {
+  inputLocked_ = locked;
+  applyEditable();
+}
+
+void Engine::applyEditable() {
+  document_.set("designMode", std::string(inputLocked_ ? "off" : "on"));
+  if (inputLocked_) return;
+  // The old engine's markup: <b>, <i>, <u>, <font ...>, and paragraphs on Enter. A document
+  // outside design mode ignores these, so they are given each time it enters it.
+  document_.call<bool>("execCommand", std::string("styleWithCSS"), false, false);
+  document_.call<bool>("execCommand", std::string("defaultParagraphSeparator"), false, std::string("p"));
 }
 
 Engine::~Engine() {
@@ -165,11 +206,8 @@ void Engine::loadDocument(const std::string& html) {
   val::global("setTimeout")(listener(kDocumentComplete), 0);
 }
 
-void Engine::attachDocument() {
-  document_.set("designMode", std::string("on"));
-  // The old engine's markup: <b>, <i>, <u>, <font ...>, and paragraphs on Enter.
-  document_.call<bool>("execCommand", std::string("styleWithCSS"), false, false);
-  document_.call<bool>("execCommand", std::string("defaultParagraphSeparator"), false, std::string("p"));
+void Engine::attachDocument(bool keepHistory) {
+  applyEditable();
   val body = document_["body"];
   if (body.isNull()) {
     body = document_.call<val>("createElement", std::string("body"));
@@ -185,7 +223,7 @@ void Engine::attachDocument() {
   options.set("characterDataOldValue", true);
   observer_.call<void>("observe", body, options);
   observedBody_ = body;
-  history_->clear();
+  if (!keepHistory) history_->clear();
   dom::setControlSelection(document_, dom::Element());
   setVisualAids(visualAids_);
   setBaseURL(baseUrl_);
@@ -448,6 +486,25 @@ void Engine::onBeforeInput(const val& event) {
     kind = UndoHistory::Kind::Deleting;
   }
   history_->checkpoint(kind, selectionSnapshot());
+  if (type == "insertText" || type == "insertReplacementText" || type == "insertParagraph" ||
+      type == "insertLineBreak" || type == "insertFromPaste" || type == "insertFromDrop") {
+    guarded("DHTMLSafe1_beforeinput", [&] { startParagraphAtCaret(); });
+  }
+}
+
+void Engine::startParagraphAtCaret() {
+  // Text typed straight into the body (an emptied document, or loose text between blocks) would
+  // stand outside every block, and the clean-up would later split it apart at the first block
+  // that follows. It goes into a paragraph instead, started before the browser inserts it.
+  const val selection = document_.call<val>("getSelection");
+  if (selection.isNull() || selection["rangeCount"].as<int>() == 0) return;
+  const val body = document_["body"];
+  if (body.isNull() || !body.call<bool>("contains", selection["anchorNode"])) return;
+  for (val node = selection["anchorNode"]; !node.isNull() && !node.strictlyEquals(body);
+       node = node["parentNode"]) {
+    if (holdsText(tagOf(node))) return;
+  }
+  browserCommand("formatBlock", "<p>");
 }
 
 void Engine::onMouseDown(const val& event) {

@@ -84,6 +84,14 @@ class Engine {
   // Replaces the whole document. Undo history starts afresh; DocumentComplete follows.
   void setDocumentHTML(const std::string& html);
   bool Busy() const { return busy_; }
+  // While locked the document takes no input at all (it leaves design mode): a document that is
+  // still on its way would replace whatever was typed.
+  void setInputLocked(bool locked);
+  bool inputLocked() const { return inputLocked_; }
+  // A frame taken out of the page and put back gets a new, empty document from the browser. This
+  // moves the document the engine had (with its unsaved changes and its undo history) into the
+  // new one and listens there; true when the frame's document had changed.
+  bool reattach();
   // The address relative addresses in the document resolve against; never part of the markup.
   std::string BaseURL() const { return baseUrl_; }
   void setBaseURL(const std::string& url);
@@ -138,7 +146,11 @@ class Engine {
 
   // ---- document and events (engine.cpp)
   void loadDocument(const std::string& html);
-  void attachDocument();
+  // Design mode, the markup settings and the observer over the body of the current document.
+  // A new document starts a fresh undo history; a moved one keeps it.
+  void attachDocument(bool keepHistory = false);
+  void applyEditable();
+  void listenToDocument();
   val listener(int kind) const;
   void raise(const char* type, int x = 0, int y = 0, int index = -1);
   void noteChange(bool content);
@@ -147,6 +159,7 @@ class Engine {
   bool sameSelection(const val& a, const val& b) const;
   void onKeyDown(const val& event);
   void onBeforeInput(const val& event);
+  void startParagraphAtCaret();
   void onMouseDown(const val& event);
   void onContextMenu(const val& event);
 
@@ -222,6 +235,7 @@ class Engine {
   std::string baseUrl_;
   bool busy_ = false;
   bool visualAids_ = false;
+  bool inputLocked_ = false;
 
   // DisplayChanged coalescing: the first change of a frame is reported at the end of the task
   // that made it; later changes in the same frame wait for the next frame.

@@ -97,39 +97,54 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   // The menu bar draws into the control's menu bar element and answers the control's menu hooks.
   menuBar_ = std::make_unique<EditorMenuBar>(view_->element(editor::Child::MenuBar), root_);
   menuBar_->connect(hooks);
-  wireDocuments(hooks);
   hooks.propertyChanged = [this](std::string_view name) {
     val detail = val::object();
     detail.set("name", std::string(name));
     raiseEvent("propertychange", detail);
   };
   control_ = std::make_unique<editor::ctlVellmar2>(*view_, std::move(hooks));
+  wireDocuments(control_->hooks());
   view_->setControl(control_.get());
-  view_->setLoadedHandler([this] { raiseEvent("Loaded", val::undefined()); });
+  // Loaded bubbles out of the shadow roots, so that a page can listen on any ancestor.
+  view_->setLoadedHandler([this] { raiseEvent("Loaded", val::undefined(), true); });
   control_->initialize();
   editor::MemoryPropertyBag params(readParams(element_));
   control_->readProperties(params);
 }
 
 void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
-  views_ = std::make_unique<EditorViews>(*view_, *menuBar_);
+  views_ = std::make_unique<EditorViews>(*view_, *menuBar_, control_->state());
   editor::ServerDocumentHooks documentHooks;
   documentHooks.storeContent = [this](const std::string& document) {
     control_->letProperty("content", document);
   };
+  documentHooks.storeContentID = [this](const std::string& id) {
+    control_->letProperty("ContentID", id);
+  };
   documentHooks.getContent = [this](std::int32_t type) { return views_->getContent(type); };
+  documentHooks.bodyHTML = [this] { return views_->getBodyHTML(); };
   documentHooks.classesExtracted = [this](const std::vector<std::string>& classes) {
     editor::fillStyleMenu(menuBar_->model(), classes,
                           editor::PropertySet::shared().isOn("DisableStyleMenu"));
   };
   documentHooks.setVisibleMenuItem = hooks.setVisibleMenuItem;
+  documentHooks.showStatus = [this](const std::string& text) { view_->setStatusText(text); };
+  documentHooks.documentLoading = [this](bool loading) {
+    view_->setLoadingShown(loading);
+    if (engine_) guarded("documentLoading", [&] { engine_->setInputLocked(loading); });
+  };
   documents_ = std::make_unique<editor::ServerDocuments>(PageEventLoop::shared(),
-                                                         std::move(documentHooks));
+                                                         std::move(documentHooks),
+                                                         control_->state());
   hooks.loadContent = [this] { documents_->loadContent(); };
   hooks.loadStylesheet = [this] { documents_->loadStylesheet(); };
   hooks.keepAliveTick = [this] { documents_->keepAliveTick(); };
   hooks.currentContent = [this] { return views_->getBodyHTML(); };
-  hooks.loadDocument = [this](const std::string& document) { views_->loadDocument(document); };
+  hooks.loadDocument = [this](const std::string& document) {
+    views_->loadDocument(document);
+    // What was just loaded is the stored document; changes count from here.
+    documents_->changes().loaded(views_->getBodyHTML());
+  };
   menuBar_->setCommands({
       [this](std::string_view key) { views_->setView(key); },
       [this] { documents_->saveToServer(); },
@@ -146,16 +161,20 @@ ElementHost::~ElementHost() {
 
 void ElementHost::show() {
   shown_ = true;
-  // The editing engine lives in the editing area from the first show on.
-  if (!engine_) {
-    guarded("UserControl_Show", [&] {
+  guarded("UserControl_Show", [&] {
+    if (!engine_) {
+      // The editing engine lives in the editing area from the first show on.
       engine_ = std::make_unique<Engine>(view_->element(editor::Child::Engine));
       engine_->exposeTo(element_);
       views_->attach(*engine_);
       view_->setEngineAccess([this] { return engine_->Busy(); },
-                             [this] { views_->caretToStart(); });
-    });
-  }
+                             [this] { guarded("caretToStart", [&] { views_->caretToStart(); }); });
+    } else if (engine_->reattach()) {
+      // The element was moved in the page: the engine keeps its document; the editor starts
+      // again in the WYSIWYG view, as every show does.
+      views_->setView("wysiwyg");
+    }
+  });
   control_->show();
   control_->paint();
 }
@@ -187,6 +206,8 @@ std::string ElementHost::getContent(int contentType) { return views_->getContent
 
 std::string ElementHost::getBodyHTML() { return views_->getBodyHTML(); }
 
+bool ElementHost::hasUnsavedChanges() const { return documents_->hasUnsavedChanges(); }
+
 val ElementHost::writeProperties() {
   editor::MemoryPropertyBag bag;
   control_->writeProperties(bag);
@@ -214,10 +235,11 @@ void ElementHost::showMessage(const std::string& html, const std::string& captio
   window.setPresenter(previous);
 }
 
-void ElementHost::raiseEvent(const std::string& type, const val& detail) const {
+void ElementHost::raiseEvent(const std::string& type, const val& detail, bool bubbles) const {
   val init = val::object();
   init.set("detail", detail);
-  init.set("bubbles", false);
+  init.set("bubbles", bubbles);
+  init.set("composed", bubbles);
   val event = val::global("CustomEvent").new_(type, init);
   element_.call<bool>("dispatchEvent", event);
 }

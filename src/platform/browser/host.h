@@ -45,6 +45,8 @@ class ElementHost {
   bool setProperty(const std::string& name, const val& value);
   std::string getContent(int contentType);
   std::string getBodyHTML();
+  // The document differs from the one last loaded or saved (the page asks before it is left).
+  bool hasUnsavedChanges() const;
   // The ordered (key, value) pairs a save of the properties writes, as [[key, value], ...].
   val writeProperties();
   // A promise of the text of the current debug log file.
@@ -54,8 +56,9 @@ class ElementHost {
   void showMessage(const std::string& html, const std::string& caption, const std::string& label,
                    int width, int height, bool showTabs, val closed);
 
-  // Dispatches a DOM event on the element; `detail` becomes the CustomEvent's detail.
-  void raiseEvent(const std::string& type, const val& detail) const;
+  // Dispatches a DOM event on the element; `detail` becomes the CustomEvent's detail. A bubbling
+  // event is also composed: it leaves any shadow root the element sits in.
+  void raiseEvent(const std::string& type, const val& detail, bool bubbles = false) const;
 
   const val& element() const { return element_; }
   const val& surface() const { return surface_; }

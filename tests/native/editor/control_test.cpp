@@ -63,7 +63,7 @@ class FakeView : public ControlView {
   mutable std::map<Child, Element> elements{
       {Child::MenuBar, {}}, {Child::StandardToolbar, {}}, {Child::ObjectsToolbar, {}},
       {Child::FontSelector, {}}, {Child::TextFormatToolbar, {}}, {Child::ViewTabs, {}},
-      {Child::Engine, {}}, {Child::SourceBox, {}}, {Child::Progress, {}}};
+      {Child::Engine, {}}, {Child::SourceBox, {}}, {Child::Progress, {}}, {Child::Status, {}}};
   std::map<Timer, bool> timers;
   std::vector<std::string> events;
 };
@@ -72,7 +72,6 @@ class ControlTest : public ::testing::Test {
  protected:
   void SetUp() override {
     setDebugSink([this](std::string_view line) { log.emplace_back(line); });
-    ControlState::shared() = {};
     control.initialize();
     props().let("domain", std::string("www.example.com"));
     props().let("port", std::string("80"));
@@ -121,8 +120,8 @@ TEST_F(ControlTest, UnconfiguredShowsThePageStaysEmptyAndRaisesLoadedOnClose) {
   EXPECT_TRUE(view.events.empty()) << "the caller waits for the window";
   window.ok();
   EXPECT_EQ(view.events, std::vector<std::string>{"Loaded"});
-  EXPECT_FALSE(ControlState::shared().ready);
-  EXPECT_FALSE(ControlState::shared().configurationValid);
+  EXPECT_FALSE(control.state().ready);
+  EXPECT_FALSE(control.state().configurationValid);
   EXPECT_FALSE(view.elements[Child::Engine].shown);
   EXPECT_FALSE(view.timers[Timer::KeepAlive]);
 }
@@ -155,7 +154,7 @@ TEST_F(ControlTest, ShowRunsItsStepsInOrder) {
                                            "load Stylesheet", "load Stylesheet complete"}));
   EXPECT_EQ(view.events, (std::vector<std::string>{"caret", "Loaded"}));
   EXPECT_TRUE(view.timers[Timer::KeepAlive]);
-  EXPECT_TRUE(ControlState::shared().ready);
+  EXPECT_TRUE(control.state().ready);
 
   // Without a style sheet, or with DisableCssStyles non-zero, the class menu is hidden instead.
   calls.clear();
@@ -164,6 +163,57 @@ TEST_F(ControlTest, ShowRunsItsStepsInOrder) {
   control.show();
   EXPECT_EQ(calls.back(), "style/cssClasses hidden");
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "loadContent"), 0);
+}
+
+TEST_F(ControlTest, AShowAfterHideKeepsTheDocumentAndTheClasses) {
+  int contentLoads = 0;
+  int sheetLoads = 0;
+  control.hooks().loadContent = [&] { ++contentLoads; };
+  control.hooks().loadStylesheet = [&] { ++sheetLoads; };
+  props().let("pathToContent", std::string("/doc"));
+  props().let("PathToStyleSheet", std::string("/site.css"));
+  control.show();
+  control.hide();
+  EXPECT_FALSE(view.timers[Timer::Progress]);
+  control.show();  // the element was put back into the page
+  EXPECT_EQ(contentLoads, 1) << "a second fetch would replace what the person typed";
+  EXPECT_EQ(sheetLoads, 1);
+  EXPECT_TRUE(control.state().ready);
+  EXPECT_TRUE(view.timers[Timer::Progress]);
+  EXPECT_TRUE(view.timers[Timer::KeepAlive]);
+  EXPECT_EQ(view.events, (std::vector<std::string>{"caret", "Loaded", "caret", "Loaded"}));
+  // A control initialised afresh loads again.
+  control.initialize();
+  props().let("domain", std::string("www.example.com"));
+  props().let("port", std::string("80"));
+  props().let("pathToContent", std::string("/doc"));
+  control.show();
+  EXPECT_EQ(contentLoads, 2);
+}
+
+TEST_F(ControlTest, EachEditorHasItsOwnStateButTheyShareTheProperties) {
+  FakeView otherView;
+  ctlVellmar2 other{otherView};
+  control.show();
+  other.show();
+  EXPECT_EQ(ctlVellmar2::active(), &other);
+  other.state().currentView = View::Html;
+  other.state().requestInProgress = true;
+  EXPECT_EQ(control.state().currentView, View::Wysiwyg);
+  EXPECT_FALSE(control.state().requestInProgress);
+
+  // Removing one leaves the other laid out: its layout still runs.
+  other.hide();
+  EXPECT_FALSE(other.state().ready);
+  EXPECT_TRUE(control.state().ready);
+  EXPECT_EQ(ctlVellmar2::active(), &control);
+  view.width = 600;
+  control.resize();
+  EXPECT_EQ(at(Child::ViewTabs).width, 600);
+
+  // One property set: a Let through one is seen through the other.
+  other.letProperty("HelpContentsURL", std::string("/help"));
+  EXPECT_EQ(std::get<std::string>(*control.getProperty("HelpContentsURL")), "/help");
 }
 
 TEST_F(ControlTest, BarsShareARowWhileTheyFit) {
@@ -176,8 +226,9 @@ TEST_F(ControlTest, BarsShareARowWhileTheyFit) {
   EXPECT_EQ(at(Child::ObjectsToolbar), (Rect{200, 0, 150, 24}));
   EXPECT_EQ(at(Child::FontSelector), (Rect{350, 0, 400, 24}));
   EXPECT_EQ(at(Child::TextFormatToolbar), (Rect{0, 24, 750, 24}));  // last bar stretched too
-  EXPECT_EQ(at(Child::ViewTabs), (Rect{0, 48, 750, 452}));
-  EXPECT_EQ(at(Child::Engine), (Rect{1, 70, 748, 427}));
+  // The tab strip reaches down to the bottom strip (18 pixels).
+  EXPECT_EQ(at(Child::ViewTabs), (Rect{0, 48, 750, 434}));
+  EXPECT_EQ(at(Child::Engine), (Rect{1, 70, 748, 409}));
   EXPECT_EQ(at(Child::SourceBox), at(Child::Engine));
   EXPECT_TRUE(view.elements[Child::ViewTabs].shown);
 }
@@ -200,12 +251,20 @@ TEST_F(ControlTest, NarrowEditorWrapsEveryBarBelowTheMenuBar) {
   EXPECT_EQ(at(Child::ViewTabs).top, 48);
 }
 
-TEST_F(ControlTest, WithoutHtmlViewTheEngineSitsAboveTheProgressIndicator) {
+TEST_F(ControlTest, WithoutHtmlViewTheEngineSitsAboveTheBottomStrip) {
   props().let("DisableHtmlView", -1);  // any non-zero value
   control.show();
   EXPECT_FALSE(view.elements[Child::ViewTabs].shown);
-  EXPECT_EQ(at(Child::Progress), (Rect{0, 491, 800, 9}));
-  EXPECT_EQ(at(Child::Engine), (Rect{2, 48, 796, 443}));
+  // The status text, and the 9-pixel progress indicator at the strip's right end.
+  EXPECT_TRUE(view.elements[Child::Status].shown);
+  EXPECT_EQ(at(Child::Status), (Rect{0, 482, 634, 18}));
+  EXPECT_EQ(at(Child::Progress), (Rect{638, 486, 160, 9}));
+  EXPECT_EQ(at(Child::Engine), (Rect{2, 48, 796, 434}));
+  // A narrow editor gives the indicator a third of its width.
+  view.width = 300;
+  control.resize();
+  EXPECT_EQ(at(Child::Progress), (Rect{198, 486, 100, 9}));
+  EXPECT_EQ(at(Child::Status).width, 194);
 }
 
 TEST_F(ControlTest, NothingVisibleStartsTheEditingAreaAtTheTop) {
@@ -246,7 +305,7 @@ TEST_F(ControlTest, ResizeBeforeShowAndAfterHideDoesNothing) {
   EXPECT_EQ(view.assignments, before);
   control.show();
   control.hide();
-  EXPECT_FALSE(ControlState::shared().ready);
+  EXPECT_FALSE(control.state().ready);
   EXPECT_FALSE(view.timers[Timer::KeepAlive]);
   EXPECT_FALSE(view.timers[Timer::Progress]);
   const int afterHide = view.assignments;
@@ -277,10 +336,10 @@ TEST_F(ControlTest, ProgressIndicatorFollowsBusyAndRequests) {
   control.progressTimer();
   EXPECT_EQ(view.progress, 0);
   view.busy = false;
-  ControlState::shared().requestInProgress = true;
+  control.state().requestInProgress = true;
   control.progressTimer();
   EXPECT_EQ(view.progress, 1);
-  ControlState::shared().requestInProgress = false;
+  control.state().requestInProgress = false;
   control.progressTimer();
   EXPECT_FALSE(view.elements[Child::Progress].shown);
   EXPECT_EQ(view.progress, 0);
@@ -316,10 +375,10 @@ TEST_F(ControlTest, UpdateStatusRunsTheTrackerOnlyWhenIdle) {
   view.busy = true;
   control.updateStatus();
   view.busy = false;
-  ControlState::shared().requestInProgress = true;
+  control.state().requestInProgress = true;
   control.updateStatus();
   EXPECT_EQ(tracked, 1);
-  ControlState::shared().currentView = View::Html;
+  control.state().currentView = View::Html;
   control.updateStatus();
   EXPECT_EQ(framesClosed, 1);
   EXPECT_EQ(tracked, 1);

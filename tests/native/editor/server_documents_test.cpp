@@ -78,6 +78,18 @@ TEST(SaveAnswer, MalformedPageNamesTheScriptAndEscapesTheAnswer) {
             "results are output below:</p><hr>&lt;error&gt;x&lt;/error&gt;");
 }
 
+TEST(StatusText, ReasonsInAFewWords) {
+  EXPECT_EQ(httpFailureReason("HTTP Error: HTTP/1.1 500 Internal Server Error"), "HTTP 500");
+  EXPECT_EQ(httpFailureReason("HTTP Error: HTTP/1.0 403 Forbidden"), "HTTP 403");
+  EXPECT_EQ(httpFailureReason("HTTP Error: /cms/content was not found."), "HTTP 404");
+  EXPECT_EQ(httpFailureReason("The response returned by the server used a version of HTTP "
+                              "unsupported by the HTTP control.  The version was SPDY"),
+            "unreadable answer");
+  EXPECT_EQ(failedStatus(StatusAction::Save, timeoutReason(30)),
+            "Save failed: no answer within 30 seconds");
+  EXPECT_EQ(failedStatus(StatusAction::Load, "HTTP 404"), "Load failed: HTTP 404");
+}
+
 TEST(KeepAlive, DefaultTimeoutFiresOnEvery301stTick) {
   KeepAliveCounter counter;
   int fired = 0;
@@ -171,8 +183,10 @@ class Exchanges : public ::testing::Test {
     hooks.storeContent = [this](const std::string& d) { stored.push_back(d); };
     hooks.getContent = [this](std::int32_t type) { return type == 0 ? body : std::string(); };
     hooks.showSaveError = [this](const std::string& page) { errorPages.push_back(page); };
-    docs = std::make_unique<ServerDocuments>(loop, std::move(hooks), props);
-    ControlState::shared().requestInProgress = false;
+    hooks.bodyHTML = [this] { return body; };
+    hooks.showStatus = [this](const std::string& text) { statuses.push_back(text); };
+    hooks.documentLoading = [this](bool loading) { loadingCalls.push_back(loading); };
+    docs = std::make_unique<ServerDocuments>(loop, std::move(hooks), state, props);
   }
   Wire& content() { return *loop.wires.at(0); }
   Wire& save() { return *loop.wires.at(2); }
@@ -180,9 +194,12 @@ class Exchanges : public ::testing::Test {
 
   Loop loop;
   PropertySet props;
+  ControlState state;
   std::unique_ptr<ServerDocuments> docs;
   std::vector<std::string> stored;
   std::vector<std::string> errorPages;
+  std::vector<std::string> statuses;
+  std::vector<bool> loadingCalls;
   std::string body = "<p>edited</p>";
 };
 
@@ -191,21 +208,19 @@ TEST_F(Exchanges, DocumentPathIsDocumentRootAndPathJoined) {
   EXPECT_EQ(docs->contentRequest().requestPath(), "/sitepage.htm");
   content().answer(200, "<html><head><style>x{}</style></head><body><p class=\"c\">a</p></body></html>");
   EXPECT_EQ(stored, (Names{"<p>a</p>"}));
-  EXPECT_FALSE(ControlState::shared().requestInProgress);
+  EXPECT_FALSE(state.requestInProgress);
 }
 
 TEST_F(Exchanges, FailedDocumentRequestLoadsNothing) {
   docs->loadContent();
   content().fail();
   EXPECT_TRUE(stored.empty());
-  EXPECT_FALSE(ControlState::shared().requestInProgress);
+  EXPECT_FALSE(state.requestInProgress);
 }
 
 TEST_F(Exchanges, SaveAdoptsTheIdAndCarriesItNextTime) {
   docs->saveToServer();
   EXPECT_TRUE(docs->saving());
-  docs->saveToServer();  // ignored while the first is under way
-  EXPECT_EQ(save().connects, 1);
   save().answer(200, "");
   ASSERT_EQ(save().sent.size(), 1u);
   EXPECT_EQ(save().sent[0].method, "POST");
@@ -219,6 +234,82 @@ TEST_F(Exchanges, SaveAdoptsTheIdAndCarriesItNextTime) {
   docs->saveToServer();
   EXPECT_NE(docs->saveRequest().requestText().find("vmContentID=42"), std::string::npos)
       << docs->saveRequest().requestText();
+}
+
+TEST_F(Exchanges, ASecondSaveAbandonsTheRunningOne) {
+  body = "<p>first</p>";
+  docs->saveToServer();
+  body = "<p>second</p>";
+  docs->saveToServer();  // the save client is reset and starts again
+  EXPECT_EQ(save().connects, 2);
+  save().answer(200, "<vmContentID>5</vmContentID>");
+  ASSERT_EQ(save().sent.size(), 1u) << "only the second exchange is under way";
+  EXPECT_NE(save().sent[0].body().find("second"), std::string::npos) << save().sent[0].body();
+  EXPECT_EQ(save().sent[0].body().find("first"), std::string::npos);
+  EXPECT_EQ(props.contentID(), "5");
+  EXPECT_FALSE(docs->saving());
+  EXPECT_FALSE(state.requestInProgress);
+}
+
+TEST_F(Exchanges, TheIdFromASaveGoesThroughTheLetHook) {
+  ServerDocumentHooks hooks;
+  std::vector<std::string> ids;
+  hooks.storeContentID = [&](const std::string& id) { ids.push_back(id); };
+  ServerDocuments own(loop, std::move(hooks), state, props);
+  own.saveToServer();
+  loop.wires.at(6)->answer(200, "<vmContentID>9</vmContentID>");
+  EXPECT_EQ(ids, (Names{"9"})) << "so that the element raises propertychange";
+}
+
+TEST_F(Exchanges, TheStatusStripTellsHowLoadAndSaveEnded) {
+  docs->loadContent();
+  EXPECT_TRUE(state.loadingDocument);
+  content().answer(200, "<body><p>a</p></body>");
+  EXPECT_FALSE(state.loadingDocument);
+  EXPECT_EQ(loadingCalls, (std::vector<bool>{true, false}));
+  docs->saveToServer();
+  save().answer(500, "oops");
+  docs->saveToServer();
+  save().fail();
+  docs->saveToServer();
+  save().answer(200, "<error/>");
+  docs->saveToServer();
+  save().answer(200, "<vmContentID>3</vmContentID>");
+  EXPECT_EQ(statuses, (Names{"Loading\u2026", "Loaded", "Saving\u2026", "Save failed: HTTP 500",
+                             "Saving\u2026", "Save failed: cannot reach the server", "Saving\u2026",
+                             "Save failed: unexpected answer", "Saving\u2026", "Saved"}));
+}
+
+TEST_F(Exchanges, AFailedLoadUnlocksTheEditingArea) {
+  docs->loadContent();
+  content().answer(404, "");
+  EXPECT_FALSE(state.loadingDocument);
+  EXPECT_EQ(statuses.back(), "Load failed: HTTP 404");
+  docs->loadContent();
+  content().fail();
+  EXPECT_EQ(statuses.back(), "Load failed: cannot reach the server");
+  EXPECT_EQ(loadingCalls, (std::vector<bool>{true, false, true, false}));
+  props.let("port", std::string("eighty"));
+  docs->loadContent();  // never goes out
+  EXPECT_FALSE(state.loadingDocument);
+  EXPECT_EQ(statuses.back(), "Load failed: the port is not a number");
+}
+
+TEST_F(Exchanges, UnsavedChangesCountFromTheLastLoadOrSuccessfulSave) {
+  docs->changes().loaded("<p>edited</p>");
+  EXPECT_FALSE(docs->hasUnsavedChanges());
+  body = "<p>typed</p>";
+  EXPECT_TRUE(docs->hasUnsavedChanges());
+  docs->saveToServer();
+  body = "<p>typed more while saving</p>";
+  save().answer(200, "<vmContentID>1</vmContentID>");
+  EXPECT_TRUE(docs->hasUnsavedChanges()) << "what was typed during the save is not stored";
+  body = "<p>typed</p>";
+  EXPECT_FALSE(docs->hasUnsavedChanges());
+  body = "<p>again</p>";
+  docs->saveToServer();
+  save().answer(500, "");
+  EXPECT_TRUE(docs->hasUnsavedChanges()) << "a failed save stores nothing";
 }
 
 TEST_F(Exchanges, MalformedOrFailedSaveKeepsTheId) {

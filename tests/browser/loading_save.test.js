@@ -52,26 +52,48 @@ test('saving posts vmContent, adopts the returned id, and a second save is a new
   await page.close();
 });
 
-test('a save cannot start twice while one is under way', async () => {
+test('a second save while one runs abandons it; the newer document is the one stored', async () => {
   const page = await env.openDemo();
-  let posts = 0;
+  const changes = [];
+  await page.exposeFunction('noteChange', (name) => changes.push(name));
+  await editor(page, () => document.getElementById('editor1')
+    .addEventListener('propertychange', (e) => window.noteChange(e.detail.name)));
+  const posted = [];
+  let firstArrived;
+  const arrived = new Promise((r) => { firstArrived = r; });
   let release;
   const held = new Promise((r) => { release = r; });
   await page.route('**/cms/save*', async (route) => {
-    posts += 1;
-    await held;
+    posted.push(new URLSearchParams(route.request().postData()).get('vmContent'));
+    if (posted.length === 1) {
+      // The first exchange gets no answer before the second save starts.
+      firstArrived();
+      await held;
+      await route.continue().catch(() => {});
+      return;
+    }
     await route.continue();
   });
+  const aborted = new Promise((resolve) => page.on('requestfailed', (r) => {
+    if (r.url().includes('/cms/save')) resolve(r.failure().errorText);
+  }));
+  await writeDocument(page, '<p>Older</p>');
   await chooseSave(page);
-  await page.waitForTimeout(100);
+  await arrived;
+  // The views cannot change while a request is under way; typing goes on.
+  await page.frameLocator('iframe.vellmar-engine-frame').locator('p').click();
+  await page.keyboard.press('End');
+  await page.keyboard.type(' and newer');
   await chooseSave(page);
-  await page.waitForTimeout(200);
-  assert.equal(posts, 1);
+  assert.match(await aborted, /abort/i);
   release();
   await page.waitForFunction(() => document.getElementById('editor1').ContentID !== '');
-  await chooseSave(page);
-  await page.waitForTimeout(300);
-  assert.equal(posts, 2);
+  assert.deepEqual(posted.map((p) => p.trim()), ['<p>Older</p>', '<p>Older and newer</p>']);
+  const id = await contentId(page);
+  const stored = await page.evaluate(async (n) => (await fetch(`/cms/content?vmContentID=${n}`)).text(), id);
+  assert.match(stored, /<p>Older and newer<\/p>/);
+  // The id from the save answer is a property change like any other.
+  assert.ok(changes.includes('ContentID'), JSON.stringify(changes));
   await page.close();
 });
 

@@ -84,7 +84,8 @@ function useEditorEnvironment(serverArgs = []) {
     if (env.browser) await env.browser.close();
     if (env.server) await env.server.stop();
   });
-  // A new page that records every `Loaded` event (non-bubbling, so caught on the way down).
+  // A new page that records every `Loaded` event, once each: the window hears it on the way down
+  // (it also bubbles back up).
   env.newPage = async () => {
     const page = await env.browser.newPage();
     await page.addInitScript(() => {

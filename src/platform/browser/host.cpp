@@ -169,9 +169,12 @@ void ElementHost::show() {
       views_->attach(*engine_);
       view_->setEngineAccess([this] { return engine_->Busy(); },
                              [this] { guarded("caretToStart", [&] { views_->caretToStart(); }); });
-    } else if (engine_->reattach()) {
-      // The element was moved in the page: the engine keeps its document; the editor starts
-      // again in the WYSIWYG view, as every show does.
+      // A document given before (the `content` parameter) is now as the engine holds it.
+      documents_->changes().loaded(views_->getBodyHTML());
+    } else {
+      // Shown again, usually after the element was moved in the page: the engine keeps its
+      // document, and the editor starts again in the WYSIWYG view, as every show does.
+      engine_->reattach();
       views_->setView("wysiwyg");
     }
   });

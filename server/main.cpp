@@ -1,3 +1,5 @@
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <pthread.h>
@@ -29,16 +31,23 @@ int main(int argc, char** argv) {
     return 1;
   }
 
+  std::atomic<bool> finished{false};
   std::thread waiter([&] {
     int sig = 0;
     sigwait(&signals, &sig);
-    server.stop();
+    // A signal that arrives before run() has begun to listen finds nothing to stop yet, so the
+    // stop is repeated until run() has returned.
+    while (!finished) {
+      server.stop();
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
   });
 
   std::printf("vellmar-server listening on http://%s:%d/\n", options.host.c_str(),
               server.boundPort());
   std::fflush(stdout);
   server.run();
+  finished = true;
   // run() also returns when listening fails; wake the waiter so it can be joined.
   pthread_kill(waiter.native_handle(), SIGTERM);
   waiter.join();

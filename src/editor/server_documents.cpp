@@ -39,6 +39,11 @@ constexpr std::string_view kContentSuccess = "Successfully retrieved content.";
 constexpr std::string_view kSheetSuccess = "Successfully retrieved style sheet.";
 constexpr std::string_view kSaveSuccess = "Successfully saved to server.";
 constexpr std::string_view kKeepAliveSuccess = "Successfully accessed keep-alive page.";
+constexpr std::string_view kSaveFailureTitle = "Save Error";
+constexpr std::string_view kSaveFailureSummary = "The document could not be prepared.";
+constexpr std::string_view kSaveFailureDetails =
+    "<p>The document could not be prepared for saving, so nothing was sent to the server. The "
+    "document in the editor is as it was.</p>";
 
 }  // namespace
 
@@ -174,10 +179,16 @@ void ServerDocuments::loadStylesheet() {
 void ServerDocuments::saveToServer() {
   guarded("saveToServer", [&] {
     if (saving_) return;
+    std::optional<std::string> text;
+    text = hooks_.getContent ? hooks_.getContent(properties_.saveContentMethod()) : std::string();
+    if (!text) {
+      // Posting anything else in its place would overwrite the stored document.
+      http::showHttpMessage(kSaveFailureTitle, kSaveFailureSummary, kSaveFailureDetails,
+                            properties_.pathToSaveToServer());
+      return;
+    }
     http::addCommonVariables(save_, properties_);
-    const std::string text =
-        hooks_.getContent ? hooks_.getContent(properties_.saveContentMethod()) : std::string();
-    save_.addFormVariable("vmContent", 0, text);
+    save_.addFormVariable("vmContent", 0, *text);
     saving_ = http::startExchange(save_, 1, properties_.pathToSaveToServer(),
                                   properties_.pathToSaveToServer(), properties_);
   });

@@ -56,8 +56,8 @@ class KeepAliveCounter {
 struct ServerDocumentHooks {
   // The `content` Let: keep the document and load it into the engine.
   std::function<void(const std::string& document)> storeContent;
-  // getContent(contentType) of the engine's document.
-  std::function<std::string(std::int32_t contentType)> getContent;
+  // getContent(contentType) of the engine's document; nothing when it could not be prepared.
+  std::function<std::optional<std::string>(std::int32_t contentType)> getContent;
   // The extracted class list, for the `style` menu.
   std::function<void(const std::vector<std::string>& classes)> classesExtracted;
   // Hiding the `cssClasses` item after a failed style sheet request.

@@ -15,6 +15,11 @@ namespace {
 
 const char* const kStyleSheetHref = "vellmar.css";
 
+val handedOut(std::optional<std::string> document) {
+  if (!document) val::global("Error").new_(std::string("The document could not be prepared")).throw_();
+  return val(std::move(*document));
+}
+
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> readParams(const val& element) {
@@ -183,9 +188,9 @@ bool ElementHost::setProperty(const std::string& name, const val& value) {
   return control_->letProperty(name, fromJs(value));
 }
 
-std::string ElementHost::getContent(int contentType) { return views_->getContent(contentType); }
+val ElementHost::getContent(int contentType) { return handedOut(views_->getContent(contentType)); }
 
-std::string ElementHost::getBodyHTML() { return views_->getBodyHTML(); }
+val ElementHost::getBodyHTML() { return handedOut(views_->getBodyHTML()); }
 
 val ElementHost::writeProperties() {
   editor::MemoryPropertyBag bag;

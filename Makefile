@@ -47,10 +47,15 @@ demo: build
 fuzz: setup
 	@CXX=clang++ cmake -S . -B $(FUZZ) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELLMAR_FUZZ=ON >/dev/null
 	@cmake --build $(FUZZ) -j $(JOBS) --target fuzz_all
-	@set -e; for f in $(FUZZ)/tests/fuzz/fuzz_*; do \
-	  echo "== $$f ($(FUZZ_SECONDS) s)"; \
-	  mkdir -p $(FUZZ)/corpus/$$(basename $$f); \
-	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $(FUZZ)/corpus/$$(basename $$f) 2>&1 | tail -4; \
+	@# Each fuzzer's own exit status decides (no pipe hides it); a finding shows the end of its
+	@# report and leaves the input under $(FUZZ)/crashes/.
+	@set -e -o pipefail; mkdir -p $(FUZZ)/crashes; for f in $(FUZZ)/tests/fuzz/fuzz_*; do \
+	  name=$$(basename $$f); echo "== $$f ($(FUZZ_SECONDS) s)"; mkdir -p $(FUZZ)/corpus/$$name; \
+	  if ! $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=$(FUZZ)/crashes/ \
+	      $(FUZZ)/corpus/$$name >$(FUZZ)/$$name.log 2>&1; then \
+	    tail -40 $(FUZZ)/$$name.log; echo "$$name FAILED (full report: $(FUZZ)/$$name.log)"; exit 1; \
+	  fi; \
+	  tail -4 $(FUZZ)/$$name.log; \
 	done
 
 bench: build

@@ -14,7 +14,7 @@ NATIVE := build/native
 WEB := build/web
 FUZZ := build/fuzz
 
-.PHONY: all setup build native web test test-native test-browser demo fuzz bench clean
+.PHONY: all setup build native web test test-native test-browser demo fuzz bench mutate clean
 
 all: build
 
@@ -63,6 +63,11 @@ bench: build
 	@for b in $(NATIVE)/bench/bench_*; do echo "== $$b"; $$b; done
 	@echo "== $(WEB)/bench/bench_html_cleanup.js (the browser build, under node)"
 	@node $(WEB)/bench/bench_html_cleanup.js
+
+# One-line faults of bench/mutations.txt put into a copy of the sources one at a time; prints the
+# share the native tests catch, per folder. The working tree is left alone.
+mutate: setup
+	@JOBS=$(JOBS) bench/mutate.sh
 
 clean:
 	rm -rf build

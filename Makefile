@@ -14,7 +14,7 @@ NATIVE := build/native
 WEB := build/web
 FUZZ := build/fuzz
 
-.PHONY: all setup build native web test test-native test-browser demo fuzz bench clean
+.PHONY: all setup build native web test test-native test-browser demo fuzz bench mutate clean
 
 all: build
 
@@ -47,10 +47,15 @@ demo: build
 fuzz: setup
 	@CXX=clang++ cmake -S . -B $(FUZZ) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELLMAR_FUZZ=ON >/dev/null
 	@cmake --build $(FUZZ) -j $(JOBS) --target fuzz_all
-	@set -e; for f in $(FUZZ)/tests/fuzz/fuzz_*; do \
-	  echo "== $$f ($(FUZZ_SECONDS) s)"; \
-	  mkdir -p $(FUZZ)/corpus/$$(basename $$f); \
-	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $(FUZZ)/corpus/$$(basename $$f) 2>&1 | tail -4; \
+	@# Each fuzzer's own exit status decides (no pipe hides it); a finding shows the end of its
+	@# report and leaves the input under $(FUZZ)/crashes/.
+	@set -e -o pipefail; mkdir -p $(FUZZ)/crashes; for f in $(FUZZ)/tests/fuzz/fuzz_*; do \
+	  name=$$(basename $$f); echo "== $$f ($(FUZZ_SECONDS) s)"; mkdir -p $(FUZZ)/corpus/$$name; \
+	  if ! $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=$(FUZZ)/crashes/ \
+	      $(FUZZ)/corpus/$$name >$(FUZZ)/$$name.log 2>&1; then \
+	    tail -40 $(FUZZ)/$$name.log; echo "$$name FAILED (full report: $(FUZZ)/$$name.log)"; exit 1; \
+	  fi; \
+	  tail -4 $(FUZZ)/$$name.log; \
 	done
 
 bench: build
@@ -58,6 +63,11 @@ bench: build
 	@for b in $(NATIVE)/bench/bench_*; do echo "== $$b"; $$b; done
 	@echo "== $(WEB)/bench/bench_html_cleanup.js (the browser build, under node)"
 	@node $(WEB)/bench/bench_html_cleanup.js
+
+# One-line faults of bench/mutations.txt put into a copy of the sources one at a time; prints the
+# share the native tests catch, per folder. The working tree is left alone.
+mutate: setup
+	@JOBS=$(JOBS) bench/mutate.sh
 
 clean:
 	rm -rf build

@@ -139,7 +139,7 @@ int main() {
   mallopt(M_TRIM_THRESHOLD, 1 << 30);
 #endif
   const Times clean =
-      measure("cleanHTML, realistic body", realisticBody, [](const std::string& d) { return cleanHTML(d).size(); });
+      measure("cleanHTML, realistic body", realisticBody, [](const std::string& d) { return cleanHTML(d).value().size(); });
 #ifdef VELLMAR_BENCH_TIDY
   const Times tidy = measure("HTML Tidy, same body", realisticBody, tidyBody, 10);
   for (std::size_t i = 0; i < clean.size(); ++i) {
@@ -147,7 +147,7 @@ int main() {
                 tidy[i].second / clean[i].second);
   }
 #endif
-  measure("cleanHTML, one long inline line", oneLongLine, [](const std::string& d) { return cleanHTML(d).size(); });
+  measure("cleanHTML, one long inline line", oneLongLine, [](const std::string& d) { return cleanHTML(d).value().size(); });
   measure("stripEmbeddedStyles, realistic page", realisticPage,
           [](const std::string& d) { return stripEmbeddedStyles(d).size(); });
   measure("extractBodyContent, realistic page", realisticPage,

@@ -3,10 +3,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/commands.h"
+#include "common/diagnostics.h"
 #include "html/cleanup.h"
 #include "html/splice.h"
 
@@ -68,8 +71,17 @@ int runClean(const std::vector<std::string>& args) {
   // The editor strips a fetched document's styling before it reduces it to its body.
   if (stripStyles) html = vellmar::html::stripEmbeddedStyles(html);
   if (body) html = vellmar::html::extractBodyContent(html);
-  const std::string cleaned = vellmar::html::cleanHTML(html);
-  if (std::fwrite(cleaned.data(), 1, cleaned.size(), stdout) != cleaned.size() || std::fflush(stdout) != 0) {
+  // The clean-up logs its failure (three lines: where, number, description) instead of throwing.
+  std::vector<std::string> failure;
+  vellmar::setDebugSink([&failure](std::string_view line) { failure.emplace_back(line); });
+  std::optional<std::string> cleaned = vellmar::html::cleanHTML(html);
+  vellmar::setDebugSink(nullptr);
+  if (!cleaned) {
+    const std::string why = failure.size() >= 3 ? failure[2] : "unknown failure";
+    std::fprintf(stderr, "vellmar clean: cannot clean %s: %s; nothing was written\n", name.c_str(), why.c_str());
+    return 1;
+  }
+  if (std::fwrite(cleaned->data(), 1, cleaned->size(), stdout) != cleaned->size() || std::fflush(stdout) != 0) {
     std::fprintf(stderr, "vellmar clean: cannot write the output: %s\n", std::strerror(errno));
     return 1;
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -38,6 +39,8 @@ bool guarded(std::string_view procedure, Body&& body) noexcept {
     return true;
   } catch (const ProcedureError& e) {
     logProcedureError(procedure, e.number(), e.what());
+  } catch (const std::bad_alloc&) {
+    logProcedureError(procedure, 7, "Out of memory");
   } catch (const std::exception& e) {
     logProcedureError(procedure, 5, e.what());  // 5: invalid procedure call or argument
   } catch (...) {

@@ -105,8 +105,9 @@ struct ControlHooks {
   std::function<void()> loadStylesheet;
   std::function<void(std::string_view menu, std::string_view item, bool visible)>
       setVisibleMenuItem;
-  // The `content` property: the current document cleaned up, and loading a document.
-  std::function<std::string()> currentContent;
+  // The `content` property: the current document cleaned up (nothing when it could not be), and
+  // loading a document.
+  std::function<std::optional<std::string>()> currentContent;
   std::function<void(const std::string& document)> loadDocument;
   // updateStatus.
   std::function<void()> checkUnderCursor;

@@ -387,7 +387,8 @@ std::int32_t PropertySet::switchValue(std::string_view name) const {
 PropertyValue PropertySet::getRow(std::size_t row, const PropertyHooks& hooks) {
   const PropertyDef& def = kTable[row];
   if (row == kContent && hooks.currentContent) {
-    values_[row] = hooks.currentContent();
+    // A document that could not be cleaned up leaves the last one in place rather than none.
+    if (auto current = hooks.currentContent()) values_[row] = std::move(*current);
   }
   if (def.type == Int16Text) return static_cast<std::int32_t>(timeout(row));
   return values_[row];

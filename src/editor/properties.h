@@ -104,7 +104,7 @@ struct PropertyHooks {
   // The interface-enabling step, run by the Let of a re-applying switch.
   std::function<void()> enableInterface;
   // `content` Get: the current edited document, already cleaned up.
-  std::function<std::string()> currentContent;
+  std::function<std::optional<std::string>()> currentContent;
   // `content` Let: load the document into the editor.
   std::function<void(const std::string& document)> loadContent;
 };

@@ -40,6 +40,11 @@ constexpr std::string_view kContentSuccess = "Successfully retrieved content.";
 constexpr std::string_view kSheetSuccess = "Successfully retrieved style sheet.";
 constexpr std::string_view kSaveSuccess = "Successfully saved to server.";
 constexpr std::string_view kKeepAliveSuccess = "Successfully accessed keep-alive page.";
+constexpr std::string_view kSaveFailureTitle = "Save Error";
+constexpr std::string_view kSaveFailureSummary = "The document could not be prepared.";
+constexpr std::string_view kSaveFailureDetails =
+    "<p>The document could not be prepared for saving, so nothing was sent to the server. The "
+    "document in the editor is as it was.</p>";
 
 }  // namespace
 
@@ -213,7 +218,10 @@ void ServerDocuments::loadFailed(std::string_view reason) {
 }
 
 bool ServerDocuments::hasUnsavedChanges() const {
-  return hooks_.bodyHTML && changes_.changed(hooks_.bodyHTML());
+  if (!hooks_.bodyHTML) return false;
+  // A document that cannot be prepared cannot be saved either: it counts as changed.
+  const std::optional<std::string> current = hooks_.bodyHTML();
+  return !current || changes_.changed(*current);
 }
 
 void ServerDocuments::loadContent() {
@@ -239,11 +247,19 @@ void ServerDocuments::loadStylesheet() {
 
 void ServerDocuments::saveToServer() {
   guarded("saveToServer", [&] {
-    http::addCommonVariables(save_, properties_);
-    const std::string text =
+    const std::optional<std::string> text =
         hooks_.getContent ? hooks_.getContent(properties_.saveContentMethod()) : std::string();
-    save_.addFormVariable("vmContent", 0, text);
-    changes_.saveStarted(hooks_.bodyHTML ? hooks_.bodyHTML() : text);
+    if (!text) {
+      // Posting anything else in its place would overwrite the stored document.
+      http::showHttpMessage(kSaveFailureTitle, kSaveFailureSummary, kSaveFailureDetails,
+                            properties_.pathToSaveToServer());
+      status(failedStatus(StatusAction::Save, kUnpreparedReason));
+      return;
+    }
+    http::addCommonVariables(save_, properties_);
+    save_.addFormVariable("vmContent", 0, *text);
+    const std::optional<std::string> posted = hooks_.bodyHTML ? hooks_.bodyHTML() : text;
+    changes_.saveStarted(posted.value_or(*text));
     status(kStatusSaving);
     saving_ = http::startExchange(save_, 1, properties_.pathToSaveToServer(),
                                   properties_.pathToSaveToServer(), properties_);

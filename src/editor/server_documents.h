@@ -57,6 +57,7 @@ std::string timeoutReason(int httpTimeout);
 inline constexpr std::string_view kUnreachableReason = "cannot reach the server";
 inline constexpr std::string_view kUnexpectedAnswerReason = "unexpected answer";
 inline constexpr std::string_view kBadPortReason = "the port is not a number";
+inline constexpr std::string_view kUnpreparedReason = "the document could not be prepared";
 
 // Whether the document in the editor differs from the one last loaded or stored by a save. The
 // document is compared as getBodyHTML hands it out, so that what the clean-up does not keep
@@ -92,8 +93,8 @@ class KeepAliveCounter {
 struct ServerDocumentHooks {
   // The `content` Let: keep the document and load it into the engine.
   std::function<void(const std::string& document)> storeContent;
-  // getContent(contentType) of the engine's document.
-  std::function<std::string(std::int32_t contentType)> getContent;
+  // getContent(contentType) of the engine's document; nothing when it could not be prepared.
+  std::function<std::optional<std::string>(std::int32_t contentType)> getContent;
   // The extracted class list, for the `style` menu.
   std::function<void(const std::vector<std::string>& classes)> classesExtracted;
   // Hiding the `cssClasses` item after a failed style sheet request.
@@ -103,8 +104,9 @@ struct ServerDocumentHooks {
   std::function<void(const std::string& page)> showSaveError;
   // The `ContentID` Let, with its PropertyChanged (the bare store by default).
   std::function<void(const std::string& id)> storeContentID;
-  // getBodyHTML of the engine's document, for the change tracker.
-  std::function<std::string()> bodyHTML;
+  // getBodyHTML of the engine's document, for the change tracker; nothing when it could not be
+  // prepared.
+  std::function<std::optional<std::string>()> bodyHTML;
   // The status strip's text.
   std::function<void(const std::string& text)> showStatus;
   // True while the document request is under way: the editing area takes no input.

@@ -90,7 +90,9 @@ static_assert(std::all_of(kTagClasses.begin(), kTagClasses.end(),
                           [](const TagName& t) { return !t.name.empty() && t.name.size() <= kLongestTagName; }),
               "every tag name fits the packed form");
 
-std::size_t indentWidth(std::int32_t level) { return level > 0 ? 2 * static_cast<std::size_t>(level) : 0; }
+std::size_t indentWidth(std::int32_t level) {
+  return 2 * static_cast<std::size_t>(std::clamp<std::int32_t>(level, 0, kMaxIndentLevel));
+}
 
 void appendEncoded(std::string& out, std::string_view text) {
   // Characters 128..255 are the two-byte sequences C2 80 .. C3 BF; a lead byte C2 or C3 can never
@@ -123,44 +125,102 @@ std::size_t countCharacters(std::string_view text) {
   return count;
 }
 
-// Appends `tag` without its design-time attributes to `out`. The kept text is a stack: an attribute
-// begins at the last blank kept so far, so removing it only pops the top of `out`, and the text
-// after it has not been copied yet. Each byte is pushed and popped at most once.
-void removeDesigntimeInto(std::string_view tag, std::string& out, std::vector<std::size_t>& blanks) {
-  blanks.clear();
-  auto keep = [&](std::size_t from, std::size_t to) {
-    for (std::size_t k = from; k < to; ++k) {
-      if (tag[k] == ' ') blanks.push_back(out.size());
-      out.push_back(tag[k]);
-    }
-  };
+constexpr auto npos = std::string_view::npos;
+
+// Where the design-time attribute whose "designtime" starts at `found` ends: at the first blank
+// outside double quotes, just after the closing double quote of its value, or at the tag's closing
+// ">" (the end of the tag when it has none).
+std::size_t designtimeEnd(std::string_view tag, std::size_t found) {
   const std::size_t tagEnd = (!tag.empty() && tag.back() == '>') ? tag.size() - 1 : tag.size();
-  std::size_t next = 0;
-  for (std::size_t found; (found = ascii::findNoCase(tag, kDesigntime, next)) != std::string_view::npos;) {
-    keep(next, found);
-    if (blanks.empty()) {  // in the tag name: not an attribute
-      keep(found, found + 1);
-      next = found + 1;
+  bool quoted = false;
+  for (std::size_t i = found; i < tagEnd; ++i) {
+    if (tag[i] == '"') {
+      if (quoted) return i + 1;
+      quoted = true;
+    } else if (tag[i] == ' ' && !quoted) {
+      return i;
+    }
+  }
+  return tagEnd;
+}
+
+// The text of `tag` without any copy of `what`, copies taken left to right without overlapping.
+std::string withoutCopies(std::string_view tag, std::string_view what) {
+  std::string out;
+  out.reserve(tag.size());
+  std::size_t at = 0;
+  for (std::size_t hit; (hit = tag.find(what, at)) != npos; at = hit + what.size()) out.append(tag, at, hit - at);
+  out.append(tag, at, npos);
+  return out;
+}
+
+// The rule as it is written: find the next "designtime", take the text from the blank before its
+// attribute up to the attribute's end, and remove every copy of that text from the tag. A removal
+// can join what stood on either side of a copy, and one attribute's text can be the beginning of
+// another's, so the tag is rewritten for each attribute; tags for which that matters are handled
+// here, all others by the single pass below.
+std::string removeDesigntimeStepByStep(std::string tag) {
+  std::size_t from = 0;
+  for (std::size_t found; (found = ascii::findNoCase(tag, kDesigntime, from)) != npos;) {
+    const std::size_t blank = found == 0 ? npos : tag.rfind(' ', found - 1);
+    if (blank == npos) {  // in the tag name: not an attribute
+      from = found + 1;
       continue;
     }
-    out.resize(blanks.back());
-    blanks.pop_back();
-    bool quoted = false;
-    std::size_t end = found;
-    for (; end < tagEnd; ++end) {
-      if (tag[end] == '"') {
-        if (quoted) {
-          ++end;
-          break;
-        }
-        quoted = true;
-      } else if (tag[end] == ' ' && !quoted) {
-        break;
-      }
-    }
-    next = end;
+    const std::string text = tag.substr(blank, designtimeEnd(tag, found) - blank);
+    tag = withoutCopies(tag, text);
+    from = blank;
   }
-  keep(next, tag.size());
+  return tag;
+}
+
+// Appends `tag` without its design-time attributes to `out` in one pass, when the rule comes down
+// to cutting each attribute out where it stands; answers false, with `out` unchanged, when it does
+// not. That is so when the attributes are separate words (no other "designtime" inside one, each
+// followed by a blank or the tag's end, so that no removal joins text), none is the beginning of
+// another's text, and ">" only closes the tag: every copy of an attribute's text is then another
+// attribute with exactly that text.
+bool removeSeparateDesigntime(std::string_view tag, std::string& out, std::vector<std::string_view>& texts) {
+  const std::size_t close = tag.find('>');
+  if (close != npos && close + 1 != tag.size()) return false;
+  const std::size_t tagEnd = close == npos ? tag.size() : close;
+  const std::size_t firstBlank = tag.find(' ');
+  texts.clear();
+  std::size_t found = ascii::findNoCase(tag, kDesigntime);
+  while (found != npos && (firstBlank == npos || found < firstBlank)) {
+    found = ascii::findNoCase(tag, kDesigntime, found + 1);  // in the tag name: not an attribute
+  }
+  const std::size_t mark = out.size();
+  std::size_t copied = 0;  // the end of the last attribute taken, which is a blank
+  while (found != npos) {
+    // There is a blank before `found`: the first blank of the tag, or the one ending the attribute
+    // taken before, so the attributes taken never overlap.
+    std::size_t blank = found - 1;
+    while (tag[blank] != ' ') --blank;
+    const std::size_t end = designtimeEnd(tag, found);
+    const std::size_t next = ascii::findNoCase(tag, kDesigntime, found + 1);
+    if ((end != tagEnd && tag[end] != ' ') || (next != npos && next < end)) {
+      out.resize(mark);
+      return false;
+    }
+    texts.push_back(tag.substr(blank, end - blank));
+    out.append(tag, copied, blank - copied);
+    copied = end;
+    found = next;
+  }
+  std::sort(texts.begin(), texts.end());
+  for (std::size_t i = 1; i < texts.size(); ++i) {
+    if (texts[i] != texts[i - 1] && texts[i].starts_with(texts[i - 1])) {
+      out.resize(mark);
+      return false;
+    }
+  }
+  out.append(tag, copied, npos);
+  return true;
+}
+
+void removeDesigntimeInto(std::string_view tag, std::string& out, std::vector<std::string_view>& texts) {
+  if (!removeSeparateDesigntime(tag, out, texts)) out += removeDesigntimeStepByStep(std::string(tag));
 }
 
 void lowerCaseTagInto(std::string_view tag, std::string& out) {
@@ -252,7 +312,7 @@ class Formatter {
         break;
       case TagClass::Block:
         if (closing) {
-          --level_;
+          lower();
           if (lineStart) putIndent();
           put(tag_);
           lineBreak();
@@ -260,7 +320,7 @@ class Formatter {
           if (!lineStart) lineBreak();
           putIndent();
           put(tag_);
-          ++level_;
+          raise();
         }
         break;
       case TagClass::Line:
@@ -275,11 +335,11 @@ class Formatter {
         break;
       case TagClass::Container:
         if (!lineStart) lineBreak();
-        if (closing) --level_;
+        if (closing) lower();
         putIndent();
         put(tag_);
         lineBreak();
-        if (!closing) ++level_;
+        if (!closing) raise();
         break;
       case TagClass::Structure:
         if (!lineStart) lineBreak();
@@ -313,6 +373,14 @@ class Formatter {
     out_.append(kLineBreak);
     column_ = 0;
   }
+  // The level stops at the ends of its range instead of wrapping round (it takes gigabytes of tags
+  // to get there).
+  void raise() {
+    if (level_ < INT32_MAX) ++level_;
+  }
+  void lower() {
+    if (level_ > INT32_MIN) --level_;
+  }
   void putIndent() {
     const std::size_t width = indentWidth(level_);
     out_.append(width, ' ');
@@ -336,7 +404,7 @@ std::string cleanText(std::string_view html) {
   Formatter result(html.size());
   std::string segment;  // the text since the last tag, or the tag being read
   std::string tag;
-  std::vector<std::size_t> blanks;
+  std::vector<std::string_view> texts;
   bool inTag = false;
   bool blankPending = false;
   bool started = false;  // a byte other than white space has been taken
@@ -365,7 +433,7 @@ std::string cleanText(std::string_view html) {
         result.tag(segment);
       } else {
         tag.clear();
-        removeDesigntimeInto(segment, tag, blanks);
+        removeDesigntimeInto(segment, tag, texts);
         result.tag(tag);
       }
       segment.clear();
@@ -385,8 +453,8 @@ std::string cleanText(std::string_view html) {
 
 }  // namespace
 
-std::string cleanHTML(std::string_view html) {
-  std::string cleaned;
+std::optional<std::string> cleanHTML(std::string_view html) {
+  std::optional<std::string> cleaned;
   guarded("cleanHTML", [&] { cleaned = cleanText(html); });
   return cleaned;
 }
@@ -414,8 +482,8 @@ TagClass tagClass(std::string_view name) {
 
 std::string removeDesigntime(std::string_view tag) {
   std::string out;
-  std::vector<std::size_t> blanks;
-  removeDesigntimeInto(tag, out, blanks);
+  std::vector<std::string_view> texts;
+  removeDesigntimeInto(tag, out, texts);
   return out;
 }
 

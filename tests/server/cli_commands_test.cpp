@@ -1,6 +1,9 @@
 // `vellmar clean` and `vellmar fetch` as a person runs them: what they print, their exit statuses,
 // and that they hand out what the editor itself would.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
 
 #include "html/cleanup.h"
 #include "html/splice.h"
@@ -66,6 +69,28 @@ TEST_F(CliCommands, CleanRefusesWhatItCannotReadOrUnderstand) {
   EXPECT_EQ(option.status, 2);
   EXPECT_NE(option.err.find("usage: vellmar clean"), std::string::npos);
   EXPECT_EQ(runCli({"clean", "a", "b"}).status, 2);
+}
+
+TEST_F(CliCommands, CleanThatRunsOutOfMemoryWritesNothingAndFails) {
+  // 4 MB of text nested deep enough that every blank breaks the line: some 400 MB of output, in a
+  // process allowed 256 MB of address space.
+  TempDir dir;
+  std::string page;
+  for (int i = 0; i < 100; ++i) page += "<div>";
+  page.reserve(page.size() + 4'000'000);
+  while (page.size() < 4'000'000) page += "x ";
+  page += "</div>";
+  writeFile(dir.path() / "deep.html", page);
+  const std::string command = "ulimit -v 262144; exec '" + cliBinary().string() + "' clean '" +
+                              (dir.path() / "deep.html").string() + "' >'" + (dir.path() / "out").string() +
+                              "' 2>'" + (dir.path() / "err").string() + "'";
+  const int status = std::system(command.c_str());
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+  EXPECT_EQ(fs::file_size(dir.path() / "out"), 0u) << "no part of a document";
+  const std::string err = readFile(dir.path() / "err");
+  EXPECT_NE(err.find("cannot clean"), std::string::npos) << err;
+  EXPECT_NE(err.find("Out of memory"), std::string::npos) << err;
 }
 
 TEST_F(CliCommands, FetchPrintsTheRequestTheEditorComposes) {

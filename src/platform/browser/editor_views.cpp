@@ -95,7 +95,8 @@ void EditorViews::loadDocument(const std::string& content) {
     const dom::Document doc = engine_->DOM();
     doc.scroll(0, 0);
     suppress_ = true;
-    source_.set("value", html::cleanHTML(engine_->DocumentHTML()));
+    const std::string document = engine_->DocumentHTML();
+    source_.set("value", html::cleanHTML(document).value_or(document));
     suppress_ = false;
     caretToStart();
   });
@@ -108,21 +109,24 @@ void EditorViews::caretToStart() {
   range.select();
 }
 
-std::string EditorViews::getBodyHTML() const {
-  std::string html;
-  guarded("getBodyHTML", [&] {
+std::optional<std::string> EditorViews::getBodyHTML() const {
+  std::optional<std::string> html;
+  const bool done = guarded("getBodyHTML", [&] {
     if (engine_) {
       html = html::cleanHTML(engine_->DOM().body().innerHTML());
     } else if (pending_) {
       html = html::cleanHTML(html::extractBodyContent(*pending_));
+    } else {
+      html = std::string();
     }
   });
-  return html;
+  return done ? html : std::nullopt;
 }
 
-std::string EditorViews::getContent(std::int32_t contentType) const {
-  std::string text;
-  guarded("getContent", [&] {
+std::optional<std::string> EditorViews::getContent(std::int32_t contentType) const {
+  std::optional<std::string> text;
+  const bool done = guarded("getContent", [&] {
+    text = std::string();
     if (!engine_) return;
     if (contentType == editor::BodyHTML) {
       text = getBodyHTML();
@@ -130,7 +134,7 @@ std::string EditorViews::getContent(std::int32_t contentType) const {
       text = engine_->DOM().body().createTextRange().text();
     }
   });
-  return text;
+  return done ? text : std::nullopt;
 }
 
 void EditorViews::setAllMenuItemsGrayed(bool grayed) {
@@ -164,7 +168,10 @@ void EditorViews::setView(std::string_view viewKey) {
     for (const char* key : {"cut", "copy", "paste"}) bar.setGrayedMenuItem("edit", key, false);
     selectTab(1);
     suppress_ = true;
-    source_.set("value", getBodyHTML());
+    // The source box is what goes back into the engine: when the clean-up fails it shows the body
+    // as it is rather than nothing.
+    const auto cleaned = getBodyHTML();
+    source_.set("value", cleaned ? *cleaned : (engine_ ? engine_->DOM().body().innerHTML() : std::string()));
     suppress_ = false;
     source_.set("hidden", false);
     source_.call<void>("focus");

@@ -33,9 +33,10 @@ class EditorViews {
   void loadDocument(const std::string& content);
   // A collapsed selection at the start of the body.
   void caretToStart();
-  std::string getBodyHTML() const;
-  // 0: getBodyHTML; 1: the body's plain text; anything else: "".
-  std::string getContent(std::int32_t contentType) const;
+  // The body cleaned up; nothing when the clean-up failed (never a part of the document).
+  std::optional<std::string> getBodyHTML() const;
+  // 0: getBodyHTML; 1: the body's plain text; anything else: "". Nothing when it failed.
+  std::optional<std::string> getContent(std::int32_t contentType) const;
   // "wysiwyg" or "html"; any other key, or the current view's, does nothing. Nor does a switch
   // while the document is loading: the source box would write into a document about to go.
   void setView(std::string_view viewKey);

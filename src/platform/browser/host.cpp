@@ -15,6 +15,11 @@ namespace {
 
 const char* const kStyleSheetHref = "vellmar.css";
 
+val handedOut(std::optional<std::string> document) {
+  if (!document) val::global("Error").new_(std::string("The document could not be prepared")).throw_();
+  return val(std::move(*document));
+}
+
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> readParams(const val& element) {
@@ -143,7 +148,7 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
   hooks.loadDocument = [this](const std::string& document) {
     views_->loadDocument(document);
     // What was just loaded is the stored document; changes count from here.
-    documents_->changes().loaded(views_->getBodyHTML());
+    documents_->changes().loaded(views_->getBodyHTML().value_or(std::string()));
   };
   menuBar_->setCommands({
       [this](std::string_view key) { views_->setView(key); },
@@ -170,7 +175,7 @@ void ElementHost::show() {
       view_->setEngineAccess([this] { return engine_->Busy(); },
                              [this] { guarded("caretToStart", [&] { views_->caretToStart(); }); });
       // A document given before (the `content` parameter) is now as the engine holds it.
-      documents_->changes().loaded(views_->getBodyHTML());
+      documents_->changes().loaded(views_->getBodyHTML().value_or(std::string()));
     } else {
       // Shown again, usually after the element was moved in the page: the engine keeps its
       // document, and the editor starts again in the WYSIWYG view, as every show does.
@@ -205,9 +210,9 @@ bool ElementHost::setProperty(const std::string& name, const val& value) {
   return control_->letProperty(name, fromJs(value));
 }
 
-std::string ElementHost::getContent(int contentType) { return views_->getContent(contentType); }
+val ElementHost::getContent(int contentType) { return handedOut(views_->getContent(contentType)); }
 
-std::string ElementHost::getBodyHTML() { return views_->getBodyHTML(); }
+val ElementHost::getBodyHTML() { return handedOut(views_->getBodyHTML()); }
 
 bool ElementHost::hasUnsavedChanges() const { return documents_->hasUnsavedChanges(); }
 

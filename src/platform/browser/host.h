@@ -43,8 +43,10 @@ class ElementHost {
   val getProperty(const std::string& name) const;
   // False when the value does not convert to the property's type (the loader throws a TypeError).
   bool setProperty(const std::string& name, const val& value);
-  std::string getContent(int contentType);
-  std::string getBodyHTML();
+  // The document as text; when it could not be prepared, an Error is thrown at the caller, since an
+  // empty text would pass for the document.
+  val getContent(int contentType);
+  val getBodyHTML();
   // The document differs from the one last loaded or saved (the page asks before it is left).
   bool hasUnsavedChanges() const;
   // The ordered (key, value) pairs a save of the properties writes, as [[key, value], ...].

@@ -40,9 +40,20 @@ TEST(MessageLayout, TabsWithAndWithoutLabel) {
   EXPECT_EQ(labelled.tabs.top, labelled.labelRect.top + labelled.labelRect.height);
   EXPECT_EQ(labelled.tabs.height, 6000 - 1065 - labelled.labelRect.height);
   EXPECT_EQ(labelled.tabs.bottom(), plain.tabs.bottom());
-  // The browser lies inside the tab strip.
-  EXPECT_GT(labelled.client.top, labelled.tabs.top);
-  EXPECT_LE(labelled.client.bottom(), labelled.tabs.bottom());
+}
+
+TEST(MessageLayout, ContentFitsInsideTheTabFrame) {
+  // The browser and the source box fill the tab strip's client area: below the row of tabs, with
+  // the same frame on the left, the right and the bottom.
+  for (const auto& l : {layoutMessage("<p>a</p>", "", "Summary", 8000, 6000, true),
+                        layoutMessage("<p>a</p>", "", "", 0, 0, true)}) {
+    const int frame = l.client.left - l.tabs.left;
+    EXPECT_GT(frame, 0);
+    EXPECT_EQ(l.tabs.right() - l.client.right(), frame);
+    EXPECT_EQ(l.tabs.bottom() - l.client.bottom(), frame);
+    EXPECT_GT(l.client.top - l.tabs.top, frame) << "the row of tabs lies above the content";
+    EXPECT_GT(l.client.height, 0);
+  }
 }
 
 TEST(MessageLayout, PixelsAtFifteenTwips) {

@@ -233,6 +233,20 @@ TEST_F(ControlTest, BarsShareARowWhileTheyFit) {
   EXPECT_TRUE(view.elements[Child::ViewTabs].shown);
 }
 
+TEST_F(ControlTest, ABarThatExactlyFillsTheRestOfItsRowStaysOnIt) {
+  props().let("DisableMenuBar", 1);
+  view.width = 600;  // 200 + 150 + 250: the selector bar ends exactly at the right edge
+  control.show();
+  EXPECT_EQ(at(Child::ObjectsToolbar), (Rect{200, 0, 150, 24}));
+  EXPECT_EQ(at(Child::FontSelector), (Rect{350, 0, 250, 24}));
+  EXPECT_EQ(at(Child::TextFormatToolbar), (Rect{0, 24, 600, 24}));
+  // One pixel less and it no longer fits.
+  view.width = 599;
+  control.resize();
+  EXPECT_EQ(at(Child::ObjectsToolbar), (Rect{200, 0, 399, 24}));
+  EXPECT_EQ(at(Child::FontSelector), (Rect{0, 24, 250, 24}));
+}
+
 TEST_F(ControlTest, NarrowEditorWrapsEveryBarBelowTheMenuBar) {
   view.width = 260;
   control.show();

@@ -259,6 +259,10 @@ TEST_F(PropertiesTest, ContentGoesThroughTheEditor) {
   set.writeProperties(saved, hooks);
   EXPECT_EQ(saved.written()[5].key, "Content");
   EXPECT_EQ(saved.written()[5].value, PropertyValue(std::string("<p>edited</p>")));
+
+  // A document that cannot be cleaned up leaves the last one, never an empty text.
+  hooks.currentContent = [] { return std::optional<std::string>(); };
+  EXPECT_EQ(set.getText("content", hooks), "<p>edited</p>");
 }
 
 TEST_F(PropertiesTest, TypedGettersAndDefaults) {

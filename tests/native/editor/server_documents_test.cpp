@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "common/diagnostics.h"
 #include "editor/control_state.h"
 #include "editor/properties.h"
 #include "menubar/editor_menu.h"
@@ -181,7 +182,10 @@ class Exchanges : public ::testing::Test {
     props.let("PathToKeepAlive", std::string("/ka"));
     ServerDocumentHooks hooks;
     hooks.storeContent = [this](const std::string& d) { stored.push_back(d); };
-    hooks.getContent = [this](std::int32_t type) { return type == 0 ? body : std::string(); };
+    hooks.getContent = [this](std::int32_t type) -> std::optional<std::string> {
+      if (!prepared) return std::nullopt;
+      return type == 0 ? body : std::string();
+    };
     hooks.showSaveError = [this](const std::string& page) { errorPages.push_back(page); };
     hooks.bodyHTML = [this] { return body; };
     hooks.showStatus = [this](const std::string& text) { statuses.push_back(text); };
@@ -201,6 +205,7 @@ class Exchanges : public ::testing::Test {
   std::vector<std::string> statuses;
   std::vector<bool> loadingCalls;
   std::string body = "<p>edited</p>";
+  bool prepared = true;  // false: the clean-up fails
 };
 
 TEST_F(Exchanges, DocumentPathIsDocumentRootAndPathJoined) {
@@ -323,6 +328,26 @@ TEST_F(Exchanges, MalformedOrFailedSaveKeepsTheId) {
   save().fail();
   EXPECT_EQ(props.contentID(), "7");
   EXPECT_FALSE(docs->saving());
+}
+
+TEST_F(Exchanges, ADocumentThatCannotBePreparedIsNotSent) {
+  std::vector<std::string> log;
+  setDebugSink([&log](std::string_view line) { log.emplace_back(line); });
+  props.let("ContentID", std::string("7"));
+  prepared = false;
+  docs->saveToServer();
+  EXPECT_EQ(save().connects, 0);
+  EXPECT_TRUE(save().sent.empty());
+  EXPECT_FALSE(docs->saving());
+  EXPECT_FALSE(ControlState::shared().requestInProgress);
+  ASSERT_GE(log.size(), 2u);
+  EXPECT_EQ(log[0], "Save Error (/save)");
+  EXPECT_EQ(log[1], "The document could not be prepared.");
+  // Once it can be prepared again, the save goes out as usual.
+  prepared = true;
+  docs->saveToServer();
+  EXPECT_EQ(save().connects, 1);
+  setDebugSink(nullptr);
 }
 
 TEST_F(Exchanges, KeepAliveZeroRequestsOnEveryTick) {

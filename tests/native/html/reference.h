@@ -93,7 +93,8 @@ inline std::string encodeEntities(std::string_view s) {
 }
 
 // Removes each design-time attribute and every copy of its text, searching on from where the
-// removed text began.
+// removed text began. A copy can be the beginning of a longer attribute, and a removal can join the
+// text on either side of a copy.
 inline std::string removeDesigntime(std::string tag) {
   std::size_t from = 0;
   for (;;) {
@@ -137,7 +138,11 @@ inline const char* classOf(const std::string& upperName) {
   return "other";
 }
 
-inline std::string indent(std::int32_t level) { return level > 0 ? std::string(2 * static_cast<std::size_t>(level), ' ') : ""; }
+// Two blanks per level, no deeper than the deepest indented level.
+inline std::string indent(std::int32_t level) {
+  if (level > html::kMaxIndentLevel) level = html::kMaxIndentLevel;
+  return level > 0 ? std::string(2 * static_cast<std::size_t>(level), ' ') : "";
+}
 
 inline std::size_t lastLineLength(const std::string& result) {
   const std::size_t lf = result.rfind('\n');
@@ -215,7 +220,7 @@ inline std::string cleanHTML(std::string_view html) {
       text += c;
     }
     if (c == '>' && inTag) {
-      tag = html::removeDesigntime(tag);
+      tag = removeDesigntime(tag);
       result = formatTag(result, tag, level, last2(result));
       tag = "";
       text = "";

@@ -47,6 +47,9 @@ TEST(StripEmbeddedStyles, StyleBlocks) {
 
 TEST(StripEmbeddedStyles, TextJoinedByARemovalIsSearchedAgain) {
   EXPECT_EQ(stripEmbeddedStyles("x cla class=\"a\"ss=\"b\"y"), "xy");
+  // The joined marker begins as far back as it can: all but its last character were kept.
+  EXPECT_EQ(stripEmbeddedStyles("<p class= class=\"x\"\"y\">"), "<p>");
+  EXPECT_EQ(stripEmbeddedStyles("<p style= style=\"x\"\"y\">"), "<p>");
   EXPECT_EQ(stripEmbeddedStyles("<sty<style>a</style>le>b</style>c"), "c");
   // The joined "<link " is not a style sheet link, so it stays and ends the pass.
   EXPECT_EQ(stripEmbeddedStyles("<li<link rel=stylesheet>nk href=x><link rel=stylesheet>"),
@@ -103,7 +106,7 @@ std::string randomDocument(std::mt19937& rng) {
   static const std::vector<std::string> pieces = {
       "<link ", "<LINK ", "rel=stylesheet", " REL=icon", "href=a.css", ">", "<style", "<STYLE", "</style", "</Style",
       " class=\"", " CLASS=\"", " style=\"", "\"", "x", " ", "<li", "nk ", " cla", "ss=\"", "<sty", "le", "</sty",
-      "<body", "</BODY", "\xC3\xA9", "'", "="};
+      "<body", "</BODY", "\xC3\xA9", "'", "=", " class=", " style=", "<styl", "<link"};
   std::string doc;
   const auto count = rng() % 40;
   for (unsigned i = 0; i < count; ++i) doc += pieces[rng() % pieces.size()];

@@ -93,6 +93,9 @@ TEST(ConvertPort, DecimalNumbersCutToTheirIntegerPart) {
   EXPECT_EQ(convertPort("80a"), std::nullopt);
   EXPECT_EQ(convertPort("-1"), std::nullopt);
   EXPECT_EQ(convertPort("70000"), std::nullopt);
+  EXPECT_EQ(convertPort("65535"), 65535);  // both ends of the range are ports
+  EXPECT_EQ(convertPort("65536"), std::nullopt);
+  EXPECT_EQ(convertPort("0"), 0);
 }
 
 TEST_F(Exchange, APortThatIsNotANumberStartsNothingAndIsReported) {

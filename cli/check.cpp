@@ -3,6 +3,8 @@
 // what comes back checked against the documents the editor expects.
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -19,6 +21,7 @@
 
 #include "cli/commands.h"
 #include "editor/properties.h"
+#include "editor/server_documents.h"
 #include "html/splice.h"
 #include "http/http_request.h"
 #include "http/server_exchange.h"
@@ -33,6 +36,12 @@ using vellmar::xml::SimpleElement;
 
 constexpr const char* kUsage =
     "check (--page URL|FILE | --param NAME=VALUE...) [--param NAME=VALUE]... [--write]";
+
+// Text of several scripts that a save must give back exactly: characters above 255 and one of each
+// width of UTF-8 (none from 162 to 255, which the clean-up writes as references).
+constexpr const char* kCharacterSample =
+    "5 \u20AC \u2014 \u201Cquoted\u201D \u2014 \u4E2D\u6587 \u2014 "
+    "\u0395\u03BB\u03BB\u03B7\u03BD\u03B9\u03BA\u03AC \u2014 \U0001F600";
 
 // ---------------------------------------------------------------- reading the container page
 
@@ -134,9 +143,35 @@ std::string oneLine(std::string_view text, std::size_t max = 160) {
   return out;
 }
 
+// The cookies answers set with HttpOnly, by name: a page cannot replace them, so in the browser
+// they win over cookie parameters of the same name.
+using HttpOnlyCookies = std::map<std::string, std::string>;
+
+// Adds the HttpOnly cookies that the head of `answer` sets to `cookies`.
+void collectHttpOnlyCookies(std::string_view answer, HttpOnlyCookies& cookies) {
+  const auto headEnd = answer.find("\r\n\r\n");
+  std::string_view head = answer.substr(0, headEnd);
+  while (!head.empty()) {
+    const auto eol = head.find("\r\n");
+    const std::string_view line = head.substr(0, eol);
+    head = eol == std::string_view::npos ? std::string_view() : head.substr(eol + 2);
+    if (lowered(line.substr(0, 11)) != "set-cookie:") continue;
+    std::string_view cookie = line.substr(11);
+    while (!cookie.empty() && cookie.front() == ' ') cookie.remove_prefix(1);
+    const std::string attributes = lowered(cookie.substr(std::min(cookie.find(';'), cookie.size())));
+    if (attributes.find("httponly") == std::string::npos) continue;
+    const auto eq = cookie.find('=');
+    if (eq == std::string_view::npos) continue;
+    const auto end = cookie.find(';');
+    cookies[std::string(cookie.substr(0, eq))] =
+        std::string(cookie.substr(eq + 1, (end == std::string_view::npos ? cookie.size() : end) - eq - 1));
+  }
+}
+
 class Checker {
  public:
-  explicit Checker(vellmar::editor::PropertySet& props) : props_(props) {}
+  Checker(vellmar::editor::PropertySet& props, HttpOnlyCookies& cookies)
+      : props_(props), cookies_(cookies) {}
 
   Outcome run(int method, const std::string& pathProperty,
               const std::function<void(ctlHttpRequest&)>& addFields = {}) {
@@ -144,6 +179,7 @@ class Checker {
     ctlHttpRequest request(loop_);
     bool done = false;
     request.events.complete = [&](const std::string& body) {
+      collectHttpOnlyCookies(request.responseBuffer(), cookies_);
       outcome.completed = true;
       outcome.body = body;
       done = true;
@@ -153,6 +189,7 @@ class Checker {
       done = true;
     };
     request.events.parseError = [&](int, const std::string& message, const std::string& text) {
+      collectHttpOnlyCookies(request.responseBuffer(), cookies_);
       outcome.failure = message + (text.empty() ? "" : "; the server said: \"" + oneLine(text) + "\"");
       outcome.body = text;
       done = true;
@@ -185,6 +222,12 @@ class Checker {
   void skip(const std::string& exchange, const std::string& property) {
     std::printf("%-4s %-17s %s is not set\n", "SKIP", exchange.c_str(), property.c_str());
   }
+  // An integration fault that no exchange shows: every request may answer and the editor still
+  // fail in the browser. Warnings do not change the exit status.
+  void warn(const std::string& topic, const std::string& text) {
+    std::printf("%-4s %-17s %s\n", "WARN", topic.c_str(), text.c_str());
+    std::fflush(stdout);
+  }
 
   void setPort(int port) { port_ = port; }
   int failures() const { return failures_; }
@@ -192,6 +235,7 @@ class Checker {
  private:
   vellmar::native::PollLoop loop_;
   vellmar::editor::PropertySet& props_;
+  HttpOnlyCookies& cookies_;
   int port_ = 0;
   int failures_ = 0;
 };
@@ -206,25 +250,76 @@ const SimpleElement* child(const SimpleElement& e, std::string_view name) {
   return nullptr;
 }
 
-// The class names the editor offers for a style sheet (one rule per CR LF line, selector and "{"
-// on that line, pseudo-classes left out).
-std::vector<std::string> styleClasses(const std::string& sheet) {
-  std::vector<std::string> classes;
-  std::size_t pos = 0;
-  while (pos <= sheet.size()) {
-    const auto eol = sheet.find("\r\n", pos);
-    std::string_view line = std::string_view(sheet).substr(pos, eol == std::string::npos ? std::string::npos : eol - pos);
-    pos = eol == std::string::npos ? sheet.size() + 1 : eol + 2;
-    while (!line.empty() && (line.front() == ' ' || line.front() == '\t')) line.remove_prefix(1);
-    if (line.empty() || line.front() != '.') continue;
-    const auto brace = line.find('{');
-    if (brace == std::string_view::npos) continue;
-    std::string_view name = line.substr(0, brace);
-    while (!name.empty() && (name.back() == ' ' || name.back() == '\t')) name.remove_suffix(1);
-    if (name.find(':') != std::string_view::npos) continue;
-    classes.emplace_back(name);
+// The class rules a browser finds in a style sheet, however its lines end: selectors starting
+// with "." and without a pseudo-class, in every rule (also inside @media blocks).
+std::size_t classRulesInSheet(std::string_view sheet) {
+  std::size_t count = 0;
+  std::string prelude;
+  for (std::size_t i = 0; i < sheet.size(); ++i) {
+    const char c = sheet[i];
+    if (c == '/' && i + 1 < sheet.size() && sheet[i + 1] == '*') {
+      const auto close = sheet.find("*/", i + 2);
+      if (close == std::string_view::npos) break;
+      i = close + 1;
+    } else if (c == '{') {
+      std::string_view rest = prelude;
+      while (!rest.empty() && std::isspace(static_cast<unsigned char>(rest.front()))) rest.remove_prefix(1);
+      const bool atRule = !rest.empty() && rest.front() == '@';
+      while (!atRule && !rest.empty()) {
+        const auto comma = rest.find(',');
+        std::string_view one = rest.substr(0, comma);
+        rest = comma == std::string_view::npos ? std::string_view() : rest.substr(comma + 1);
+        while (!one.empty() && std::isspace(static_cast<unsigned char>(one.front()))) one.remove_prefix(1);
+        if (!one.empty() && one.front() == '.' && one.find(':') == std::string_view::npos) ++count;
+      }
+      prelude.clear();
+      // An at-rule's block (@media) holds rules of its own; a rule's declarations are skipped.
+      if (!atRule) {
+        const auto close = sheet.find('}', i + 1);
+        if (close == std::string_view::npos) break;
+        i = close;
+      }
+    } else if (c == '}' || c == ';') {
+      prelude.clear();
+    } else {
+      prelude.push_back(c);
+    }
   }
+  return count;
+}
+
+// The classes the editor will offer for `sheet`: its own reading, without the empty entry.
+std::vector<std::string> editorClasses(std::string_view sheet) {
+  auto classes = vellmar::editor::cssClassesFromStyleSheet(sheet);
+  if (classes.size() == 1 && classes.front().empty()) classes.clear();
   return classes;
+}
+
+// The property name nearest to `name` (letter case ignored, fewest single-character edits).
+std::string nearestProperty(std::string_view name) {
+  const std::string wanted = lowered(name);
+  std::string best;
+  std::size_t bestDistance = std::string::npos;
+  std::vector<std::size_t> row, previous;
+  for (const auto& def : vellmar::editor::propertyTable()) {
+    const std::string candidate = lowered(def.name);
+    previous.resize(candidate.size() + 1);
+    row.resize(candidate.size() + 1);
+    for (std::size_t j = 0; j <= candidate.size(); ++j) previous[j] = j;
+    for (std::size_t i = 1; i <= wanted.size(); ++i) {
+      row[0] = i;
+      for (std::size_t j = 1; j <= candidate.size(); ++j) {
+        const std::size_t substitution = previous[j - 1] + (wanted[i - 1] == candidate[j - 1] ? 0 : 1);
+        row[j] = std::min({previous[j] + 1, row[j - 1] + 1, substitution});
+      }
+      std::swap(row, previous);
+    }
+    if (previous[candidate.size()] < bestDistance) {
+      bestDistance = previous[candidate.size()];
+      best = std::string(def.name);
+    }
+  }
+  return best;
 }
 
 // A 2 x 2 PNG drawn here: stored (uncompressed) deflate blocks, so no compressor is needed.
@@ -367,6 +462,8 @@ int check(const std::vector<std::string>& args) {
   }
 
   vellmar::editor::PropertySet props;
+  HttpOnlyCookies httpOnlyCookies;
+  std::string pageOrigin;  // "host:port" of a page fetched over HTTP
   int failures = 0;
   if (!pageSource.empty()) {
     std::string page;
@@ -380,8 +477,9 @@ int check(const std::vector<std::string>& args) {
       vellmar::editor::PropertySet pageProps;
       pageProps.let("domain", hostPort.substr(0, colon));
       pageProps.let("port", colon == std::string::npos ? std::string("80") : hostPort.substr(colon + 1));
-      Checker fetcher(pageProps);
+      Checker fetcher(pageProps, httpOnlyCookies);
       fetcher.setPort(vellmar::http::convertPort(pageProps.port()).value_or(80));
+      pageOrigin = pageProps.domain() + ":" + std::to_string(vellmar::http::convertPort(pageProps.port()).value_or(80));
       const Outcome o = fetcher.run(0, path);
       if (!o.completed) {
         std::printf("FAIL %-17s %s: %s\n", "page", pageSource.c_str(), o.failure.c_str());
@@ -405,13 +503,16 @@ int check(const std::vector<std::string>& args) {
     }
   }
   params.insert(params.end(), overrides.begin(), overrides.end());
+  Checker c(props, httpOnlyCookies);
   for (const auto& [name, value] : params) {
-    if (!props.let(name, value))
-      std::printf("%-4s %-17s %s=\"%s\" is not a property the editor takes\n", "NOTE", "param",
-                  name.c_str(), value.c_str());
+    if (props.let(name, value)) continue;
+    if (vellmar::editor::findProperty(name))
+      c.warn("param", name + "=\"" + value + "\" is not a value this property takes; it keeps its default");
+    else
+      c.warn("param", name + " is not a property the editor takes; did you mean " +
+                          nearestProperty(name) + "?");
   }
 
-  Checker c(props);
   const auto port = vellmar::http::convertPort(props.port());
   if (props.domain().empty() || !port) {
     c.report(false, "configuration", "domain/port",
@@ -420,6 +521,11 @@ int check(const std::vector<std::string>& args) {
     return 1;
   }
   c.setPort(*port);
+  const std::string editorOrigin = props.domain() + ":" + std::to_string(*port);
+  if (!pageOrigin.empty() && lowered(pageOrigin) != lowered(editorOrigin))
+    c.warn("origin", "the page comes from " + pageOrigin + " but the editor talks to " +
+                         editorOrigin + " (domain:port): the browser refuses the component and its "
+                         "exchanges across origins; serve both from one origin");
 
   const std::string contentPath = props.pathToContent();
   std::string fetchedBody;
@@ -454,12 +560,25 @@ int check(const std::vector<std::string>& args) {
     if (!o.completed) {
       c.report(false, "style sheet", cssPath, o.failure);
     } else {
-      const auto classes = styleClasses(o.body);
+      const auto classes = editorClasses(o.body);
       std::string names;
       for (std::size_t i = 0; i < classes.size() && i < 6; ++i) names += (i ? " " : "") + classes[i];
       c.report(!classes.empty(), "style sheet", cssPath,
                classes.empty() ? "no class rules the editor can offer (\".name {\" on one CR LF line)"
                                : std::to_string(classes.size()) + " classes: " + names);
+      const std::size_t inSheet = classRulesInSheet(o.body);
+      if (classes.size() < inSheet) {
+        const bool bareLineFeeds = [&] {
+          for (std::size_t at = o.body.find('\n'); at != std::string::npos; at = o.body.find('\n', at + 1))
+            if (at == 0 || o.body[at - 1] != '\r') return true;
+          return false;
+        }();
+        c.warn("style sheet",
+               "the sheet has " + std::to_string(inSheet) + " class rules, but the editor will see " +
+                   std::to_string(classes.size()) + (classes.size() == 1 ? " class" : " classes") +
+                   ": it reads class rules one CR LF line at a time, each \".name {\" on one line" +
+                   (bareLineFeeds ? " (this sheet's lines end in LF alone)" : ""));
+      }
     }
   }
 
@@ -474,14 +593,19 @@ int check(const std::vector<std::string>& args) {
   const std::string savePath = props.pathToSaveToServer();
   if (savePath.empty()) {
     c.skip("save", "PathToSaveToServer");
+  } else if (!write) {
+    std::printf("%-4s %-17s %s: a save stores a document; run with --write to include it\n", "SKIP",
+                "save", savePath.c_str());
   } else {
     // A document that has an identifier gets its own body back as a new version; otherwise a
-    // new document is made, so nothing that exists is changed.
+    // new document is made, so nothing that exists is changed. The new document carries text of
+    // several scripts, which must come back exactly as sent.
     std::string text;
     if (!props.contentID().empty() && haveBody) {
       text = fetchedBody;
     } else {
-      text = "<p>Saved by vellmar check at " + std::to_string(std::time(nullptr)) + ".</p>";
+      text = "<p>Saved by vellmar check at " + std::to_string(std::time(nullptr)) + ": " +
+             kCharacterSample + "</p>";
     }
     const Outcome o = c.run(1, savePath, [&](ctlHttpRequest& r) { r.addFormVariable("vmContent", 0, text); });
     const auto root = o.completed ? parseXml(o.body) : nullptr;
@@ -570,6 +694,15 @@ int check(const std::vector<std::string>& args) {
                                 : "answered, but the image is still listed");
       }
     }
+  }
+
+  for (int i = 1; i <= 10; ++i) {
+    const std::string& name = props.cookieName(i);
+    const auto set = httpOnlyCookies.find(name);
+    if (name.empty() || set == httpOnlyCookies.end() || set->second == props.cookieValue(i)) continue;
+    c.warn("cookie", "the server sets " + name + " as an HttpOnly cookie, which a page cannot "
+                     "replace: in the browser the requests carry the server's " + name +
+                     ", not CookieValue" + std::to_string(i));
   }
 
   failures = c.failures();

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 
+#include "http/charset.h"
 #include "server/multipart.h"
 
 namespace vellmar::server {
@@ -16,9 +17,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The editor sends and reads single-byte text; documents and lists go back as the bytes that came.
-constexpr const char* kHtml = "text/html; charset=windows-1252";
-constexpr const char* kXml = "text/xml; charset=windows-1252";
+// Text travels as UTF-8 both ways: documents are stored as the UTF-8 the editor posted and go back
+// as the same bytes, labelled so.
+constexpr const char* kHtml = "text/html; charset=utf-8";
+constexpr const char* kXml = "text/xml; charset=utf-8";
 constexpr const char* kText = "text/plain; charset=utf-8";
 
 // The library's own multipart reader refuses a body whose closing delimiter has no line end after
@@ -148,13 +150,20 @@ void Scripts::install(httplib::Server& http) {
     if (!req.has_param("vmContent"))
       throw RequestError(400, "Nothing to save: the form field vmContent is missing.");
     const auto id = documentId(req);
-    const auto saved = documents_.save(id, req.get_param_value("vmContent"));
+    const std::string content = req.get_param_value("vmContent");
+    // Stored bytes are served as UTF-8; anything else would come back as replacement characters.
+    if (!http::isValidUtf8(content))
+      throw RequestError(400, "The document is not UTF-8 text; send vmContent percent-encoded as UTF-8.");
+    const auto saved = documents_.save(id, content);
     if (!saved) throw RequestError(404, "No document " + std::to_string(*id) + " to save to.");
+    // The demo page opens this document again, at its latest version, when this browser comes back.
+    res.set_header("Set-Cookie", std::string(kLastDocumentCookie) + "=" + std::to_string(saved->id) +
+                                     "; Path=/; Max-Age=31536000; HttpOnly; SameSite=Strict");
     res.set_content("<vmContentID>" + std::to_string(saved->id) + "</vmContentID>", kXml);
   }));
 
   http.Get(paths::kStyleSheet, guarded([](const httplib::Request&, httplib::Response& res) {
-    res.set_content(std::string(siteStyleSheet()), "text/css; charset=windows-1252");
+    res.set_content(std::string(siteStyleSheet()), "text/css; charset=utf-8");
   }));
 
   http.Get(paths::kKeepAlive, guarded([this](const httplib::Request&, httplib::Response& res) {

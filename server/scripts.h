@@ -27,6 +27,10 @@ constexpr const char* kEmailLinkList = "/cms/emaillinks";
 constexpr const char* kScriptPrefix = "/cms/";
 }  // namespace paths
 
+// The cookie in which a save tells the browser which document it stored, so that the demo page can
+// open that document's latest version when the browser comes back.
+constexpr const char* kLastDocumentCookie = "vmDocument";
+
 // The scripts the editor talks to. Every path under /cms/ needs a live session (403 otherwise);
 // every refusal is a status with a short text, and no refused request changes anything.
 class Scripts {

@@ -54,6 +54,8 @@ struct ReferenceServer::Impl {
   int port = 0;
 
   void serveDemoPage(const httplib::Request& req, httplib::Response& res);
+  // The document this browser saved last, when it still exists; "" otherwise.
+  std::string lastSavedDocument(const std::string& cookieHeader);
 };
 
 namespace {
@@ -128,6 +130,14 @@ const char* statusText(int status) {
 
 }  // namespace
 
+std::string ReferenceServer::Impl::lastSavedDocument(const std::string& cookieHeader) {
+  const std::string text = SessionStore::cookieValue(cookieHeader, kLastDocumentCookie);
+  if (text.empty() || text.size() > 18 || text.find_first_not_of("0123456789") != std::string::npos)
+    return {};
+  const std::int64_t id = std::stoll(text);
+  return id > 0 && documents.versionCount(id) > 0 ? std::to_string(id) : std::string();
+}
+
 void ReferenceServer::Impl::serveDemoPage(const httplib::Request& req, httplib::Response& res) {
   std::string page = readFile(options.demoDir / "index.html");
   if (page.empty()) {
@@ -149,6 +159,7 @@ void ReferenceServer::Impl::serveDemoPage(const httplib::Request& req, httplib::
   replaceAll(page, "{{VERSION}}", productVersion());
   replaceAll(page, "{{COOKIE_NAME}}", SessionStore::kCookieName);
   replaceAll(page, "{{COOKIE_VALUE}}", token);
+  replaceAll(page, "{{CONTENT_ID}}", lastSavedDocument(req.get_header_value("Cookie")));
   replaceAll(page, "{{MAX_UPLOAD}}", std::to_string(options.maxUpload));
   replaceAll(page, "{{KEEPALIVE_SECONDS}}", std::to_string(keepAlive));
   res.set_header("Set-Cookie", std::string(SessionStore::kCookieName) + "=" + token +

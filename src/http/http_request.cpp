@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "http/charset.h"
 #include "http/response_reader.h"
 
 namespace vellmar::http {
@@ -57,6 +58,7 @@ OutgoingRequest ctlHttpRequest::composeRequest(int method, const std::string& ho
   const std::string normalized = normalizePath(path);
   OutgoingRequest out;
   out.target = normalized + buildQueryString(vars_.urls);
+  out.cookies = encodedCookies(vars_.cookies);
   if (method == 0) {
     out.method = "GET";
     out.text = buildGetRequest(vars_, host, normalized, version_, &out.bodyOffset);
@@ -112,6 +114,11 @@ void ctlHttpRequest::transportConnected() {
 
 void ctlHttpRequest::transportData(std::string_view bytes) {
   if (transport_->state() != SocketState::connected) return;
+  // The buffer never holds more than the bound, so the subtraction cannot wrap.
+  if (bytes.size() > maxAnswerBytes_ - responseBuffer_.size()) {
+    answerTooLarge();
+    return;
+  }
   responseBuffer_.append(bytes);
 }
 
@@ -119,21 +126,40 @@ void ctlHttpRequest::transportClosed() {
   timer_->setEnabled(false);
   transport_->close();
   state_ = RequestState::finished;
-  ParsedResponse parsed = parseResponse(responseBuffer_, requestPath_);
+  const ParsedResponse parsed = parseResponse(responseBuffer_, requestPath_);
   if (parsed.failed()) {
     requestFailed_ = true;
-    raise(events.parseError, parsed.parseErrorNumber, parsed.message, parsed.text);
+    raiseParseError(parsed.parseErrorNumber, parsed.message, parsed.text, parsed.contentType);
     return;
   }
-  if (!requestFailed_) raise(events.complete, parsed.body);
+  if (!requestFailed_) raise(events.complete, decodeAnswer(parsed.body, parsed.contentType));
 }
 
 void ctlHttpRequest::transportAnswer(const ParsedAnswer& answer) {
   timer_->setEnabled(false);
   transport_->close();
   state_ = RequestState::finished;
+  if (answer.body.size() > maxAnswerBytes_) {
+    answerTooLarge();
+    return;
+  }
+  if (answer.redirected) {
+    // Following it could put another page -- a login form, say -- in place of the document.
+    requestFailed_ = true;
+    raiseParseError(2, "HTTP Error: " + requestPath_ + " answered with a redirect, which is not followed.",
+                    answer.body, answer.contentType);
+    return;
+  }
   if (answer.status == 200) {
-    if (!requestFailed_) raise(events.complete, answer.body);
+    if (answer.cutShort) {
+      requestFailed_ = true;
+      raiseParseError(2,
+                      cutShortMessage(requestPath_,
+                                      "the connection ended before the whole body arrived"),
+                      answer.body, answer.contentType);
+      return;
+    }
+    if (!requestFailed_) raise(events.complete, decodeAnswer(answer.body, answer.contentType));
     return;
   }
   const std::string code = std::to_string(answer.status);
@@ -141,8 +167,25 @@ void ctlHttpRequest::transportAnswer(const ParsedAnswer& answer) {
   statusLine.push_back(' ');
   statusLine.append(answer.reason);
   requestFailed_ = true;
-  raise(events.parseError, 2, "HTTP Error: " + statusErrorText(code, statusLine, requestPath_),
-        answer.body);
+  raiseParseError(2, "HTTP Error: " + statusErrorText(code, statusLine, requestPath_), answer.body,
+                  answer.contentType);
+}
+
+void ctlHttpRequest::raiseParseError(int number, const std::string& message, std::string_view text,
+                                     std::string_view contentType) {
+  raise(events.parseError, number, message, decodeAnswer(text, contentType));
+}
+
+void ctlHttpRequest::answerTooLarge() {
+  timer_->setEnabled(false);
+  transport_->close();
+  state_ = RequestState::finished;
+  requestFailed_ = true;
+  responseBuffer_.clear();
+  responseBuffer_.shrink_to_fit();
+  raise(events.error, kAnswerTooLarge,
+        "The answer from " + requestPath_ + " is larger than " + std::to_string(maxAnswerBytes_) +
+            " bytes, the most the HTTP client holds; the request was stopped.");
 }
 
 void ctlHttpRequest::transportError(int number, const std::string& description) {

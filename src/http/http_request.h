@@ -21,6 +21,14 @@ class ctlHttpRequest final : private TransportListener {
  public:
   enum class RequestState { idle, connecting, receiving, finished };
 
+  // The most an answer may grow to (status line, headers and body) before the request is stopped
+  // with `error` kAnswerTooLarge: a server that streams without end must not take the editor's
+  // memory with it.
+  static constexpr std::size_t kDefaultMaxAnswerBytes = std::size_t{64} << 20;
+  // The number of that `error` event ("Out of memory", in the numbering of the client's other
+  // run-time errors).
+  static constexpr int kAnswerTooLarge = 7;
+
   struct Events {
     std::function<void()> started;
     std::function<void()> canceled;
@@ -68,6 +76,10 @@ class ctlHttpRequest final : private TransportListener {
   // The version written into the User-Agent line; the product's own unless set.
   void setUserAgentVersion(const UserAgentVersion& version) { version_ = version; }
 
+  // The bound on the answer's size; kDefaultMaxAnswerBytes unless set.
+  void setMaxAnswerBytes(std::size_t bytes) { maxAnswerBytes_ = bytes; }
+  std::size_t maxAnswerBytes() const { return maxAnswerBytes_; }
+
  private:
   void transportConnected() override;
   void transportData(std::string_view bytes) override;
@@ -75,6 +87,11 @@ class ctlHttpRequest final : private TransportListener {
   void transportAnswer(const ParsedAnswer& answer) override;
   void transportError(int number, const std::string& description) override;
   void tick();
+  // Stops the request because its answer outgrew maxAnswerBytes_.
+  void answerTooLarge();
+  // Raises parseError with the body or text decoded by the answer's charset.
+  void raiseParseError(int number, const std::string& message, std::string_view text,
+                       std::string_view contentType);
 
   RequestVariables vars_;
   OutgoingRequest request_;
@@ -85,6 +102,7 @@ class ctlHttpRequest final : private TransportListener {
   bool requestFailed_ = false;
   RequestState state_ = RequestState::idle;
   UserAgentVersion version_;
+  std::size_t maxAnswerBytes_ = kDefaultMaxAnswerBytes;
 
   std::unique_ptr<Transport> transport_;
   std::unique_ptr<Timer> timer_;

@@ -16,52 +16,6 @@ namespace {
 
 constexpr std::string_view kCrLf = "\r\n";
 
-// Code points of the Windows-1252 bytes 0x80-0x9F; 0 marks the five bytes the code page leaves
-// undefined, which round-trip as the C1 control of the same number.
-constexpr char32_t kHighControls[32] = {
-    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
-
-// The Windows-1252 byte of a code point, or -1 when the code page has none.
-int windows1252Byte(char32_t cp) {
-  if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) return static_cast<int>(cp);
-  for (int i = 0; i < 32; ++i) {
-    const char32_t mapped = kHighControls[i];
-    if (mapped == cp) return 0x80 + i;
-    if (mapped == 0 && cp == static_cast<char32_t>(0x80 + i)) return 0x80 + i;
-  }
-  return -1;
-}
-
-// Decodes one UTF-8 sequence at `i`; returns its length, or 0 when the bytes there are not valid
-// UTF-8 (the caller then takes the single byte as it is).
-std::size_t decodeUtf8(std::string_view s, std::size_t i, char32_t& cp) {
-  const auto b0 = static_cast<unsigned char>(s[i]);
-  std::size_t len;
-  char32_t min;
-  if (b0 < 0x80) {
-    cp = b0;
-    return 1;
-  } else if ((b0 & 0xE0) == 0xC0) {
-    len = 2, cp = b0 & 0x1Fu, min = 0x80;
-  } else if ((b0 & 0xF0) == 0xE0) {
-    len = 3, cp = b0 & 0x0Fu, min = 0x800;
-  } else if ((b0 & 0xF8) == 0xF0) {
-    len = 4, cp = b0 & 0x07u, min = 0x10000;
-  } else {
-    return 0;
-  }
-  if (i + len > s.size()) return 0;
-  for (std::size_t k = 1; k < len; ++k) {
-    const auto b = static_cast<unsigned char>(s[i + k]);
-    if ((b & 0xC0) != 0x80) return 0;
-    cp = (cp << 6) | (b & 0x3Fu);
-  }
-  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return 0;
-  return len;
-}
-
 bool isUnreserved(unsigned char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '*' ||
          c == '-' || c == '.' || c == '_';
@@ -127,31 +81,11 @@ std::string userAgentLine(const UserAgentVersion& v) {
   return line;
 }
 
-std::string toWindows1252(std::string_view utf8) {
-  std::string out;
-  out.reserve(utf8.size());
-  std::size_t i = 0;
-  while (i < utf8.size()) {
-    char32_t cp = 0;
-    std::size_t len = decodeUtf8(utf8, i, cp);
-    if (len == 0) {
-      out.push_back(utf8[i]);
-      ++i;
-      continue;
-    }
-    const int byte = windows1252Byte(cp);
-    if (byte >= 0) out.push_back(static_cast<char>(byte));
-    i += len;
-  }
-  return out;
-}
-
 std::string urlEncode(std::string_view text) {
   static constexpr char kHex[] = "0123456789ABCDEF";
-  const std::string bytes = toWindows1252(text);
   std::string out;
-  out.reserve(bytes.size() * 3);
-  for (char ch : bytes) {
+  out.reserve(text.size() * 3);
+  for (char ch : text) {
     const auto c = static_cast<unsigned char>(ch);
     if (isUnreserved(c)) {
       out.push_back(ch);
@@ -174,6 +108,13 @@ std::string buildFormBody(const std::vector<FormVariable>& form) {
 
 std::string buildCookieString(const std::vector<NameValue>& cookies) {
   return joinEncoded(cookies, "", "; ");
+}
+
+std::vector<NameValue> encodedCookies(const std::vector<NameValue>& cookies) {
+  std::vector<NameValue> out;
+  for (const auto& c : cookies)
+    if (!c.name.empty()) out.push_back({urlEncode(c.name), urlEncode(c.value)});
+  return out;
 }
 
 std::string buildGetRequest(const RequestVariables& vars, std::string_view host,

@@ -6,8 +6,9 @@
 #include <vector>
 
 // Composition of the request text of ctlHttpRequest: one byte string per request, built by
-// appending, with the exact header order and spelling each request form uses. Request text is
-// bytes; names and values handed in are UTF-8.
+// appending, with the exact header order and spelling each request form uses. Names and values
+// handed in are UTF-8 and go out as UTF-8: percent-encoded in the query string, the form body and
+// the cookie string, as they are in multipart parts.
 namespace vellmar::http {
 
 constexpr int kindText = 0;
@@ -47,17 +48,17 @@ UserAgentVersion buildVersion();
 // "User-Agent: Korvath HTTP Control (major.minor.revision)\r\n".
 std::string userAgentLine(const UserAgentVersion& version);
 
-// Converts UTF-8 text to Windows-1252 bytes. A character that has no byte there is dropped; a byte
-// that is not part of valid UTF-8 is taken as the single-byte character it already is.
-std::string toWindows1252(std::string_view utf8);
-
-// Percent-encoding of query, form and cookie names and values: the text is converted to
-// Windows-1252; letters, digits and "*-._" stay, every other byte becomes %XX (upper-case hex).
+// Percent-encoding of query, form and cookie names and values, over the UTF-8 bytes of the text:
+// letters, digits and "*-._" stay, every other byte becomes %XX (upper-case hex), so "é" is
+// "%C3%A9" and every character of any script travels whole.
 std::string urlEncode(std::string_view text);
 
 std::string buildQueryString(const std::vector<NameValue>& urls);  // "" or "?a=1&b=2"
 std::string buildFormBody(const std::vector<FormVariable>& form);  // "a=1&b=2"
 std::string buildCookieString(const std::vector<NameValue>& cookies);  // "a=1; b=2"
+// The pairs of the cookie string, each name and value percent-encoded, entries without a name left
+// out: what a transport that cannot write the Cookie header itself sets as cookies.
+std::vector<NameValue> encodedCookies(const std::vector<NameValue>& cookies);
 
 // Each builder returns the whole request text; `bodyOffset`, when given, receives where the body
 // starts in it (the text's size when there is none).

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <optional>
 
 namespace vellmar::http {
 
@@ -36,6 +37,31 @@ int hexDigit(char c) {
   return -1;
 }
 
+char lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+
+// The value of a header line whose name is `lowerName` in any letter case, blanks trimmed.
+bool headerValue(std::string_view line, std::string_view lowerName, std::string_view& value) {
+  if (line.size() <= lowerName.size() || line[lowerName.size()] != ':') return false;
+  for (std::size_t i = 0; i < lowerName.size(); ++i)
+    if (lower(line[i]) != lowerName[i]) return false;
+  value = line.substr(lowerName.size() + 1);
+  while (!value.empty() && (value.front() == ' ' || value.front() == '\t')) value.remove_prefix(1);
+  while (!value.empty() && (value.back() == ' ' || value.back() == '\t')) value.remove_suffix(1);
+  return true;
+}
+
+// The head of one answer block as the body is cut by it.
+struct AnswerHead {
+  bool terminated = false;         // the headers reached their empty line
+  std::size_t bodyStart = 0;
+  std::size_t contentLength = 0;   // "Content-length:" in exactly this spelling; 0 when absent
+  bool chunked = false;
+  // Content-Length in any spelling: not used to cut the body, but a body shorter than it was cut
+  // off on the way.
+  std::optional<std::size_t> announcedLength;
+  std::string contentType;
+};
+
 std::string_view lineAt(std::string_view text, std::size_t pos, std::size_t& end) {
   end = text.find(kCrLf, pos);
   return text.substr(pos, (end == std::string_view::npos ? text.size() : end) - pos);
@@ -50,6 +76,60 @@ ParsedResponse unsupportedVersion(std::string_view version, std::string_view tex
   r.message.append(version);
   r.text.assign(text);
   return r;
+}
+
+AnswerHead readHead(std::string_view text) {
+  AnswerHead head;
+  head.bodyStart = text.size();
+  std::size_t pos = 0;
+  for (;;) {
+    std::size_t lineEnd;
+    const std::string_view line = lineAt(text, pos, lineEnd);
+    if (line.empty()) {
+      head.terminated = true;
+      head.bodyStart = pos + 2;
+      break;
+    }
+    std::string_view value;
+    if (line.substr(0, 15) == "Content-length:") {
+      // A value that is not a whole number is not a length: the body then runs to the end.
+      if (!parseDecimal(trimBlanks(line.substr(15)), head.contentLength)) head.contentLength = 0;
+    } else if (trimBlanks(line) == "Transfer-Encoding: chunked") {
+      head.chunked = true;
+    }
+    if (headerValue(line, "content-length", value)) {
+      std::size_t length = 0;
+      if (parseDecimal(value, length)) head.announcedLength = length;
+    } else if (headerValue(line, "content-type", value)) {
+      head.contentType.assign(value);
+    }
+    if (lineEnd == std::string_view::npos) break;
+    pos = lineEnd + 2;
+  }
+  return head;
+}
+
+// The body of `text` as `head` cuts it; `detail` receives why it is incomplete, when it is.
+std::string cutBody(std::string_view text, const AnswerHead& head, std::string* detail) {
+  const std::string_view body =
+      head.bodyStart >= text.size() ? std::string_view() : text.substr(head.bodyStart);
+  const auto shortOf = [&](std::size_t announced) {
+    if (detail && body.size() < announced)
+      *detail = "only " + std::to_string(body.size()) + " of the " + std::to_string(announced) +
+                " bytes its Content-Length announced arrived";
+  };
+  if (head.contentLength != 0) {
+    shortOf(head.contentLength);
+    return std::string(body.substr(0, head.contentLength));
+  }
+  if (head.chunked) {
+    bool complete = false;
+    std::string decoded = decodeChunked(body, &complete);
+    if (detail && !complete) *detail = "its chunked body ended before the last chunk";
+    return decoded;
+  }
+  if (head.announcedLength) shortOf(*head.announcedLength);
+  return std::string(body);
 }
 
 }  // namespace
@@ -81,54 +161,43 @@ ParsedResponse parseResponse(std::string_view text, std::string_view requestPath
     }
 
     const std::string_view rest = text.substr(pos);
-    bool terminated = false;
+    const AnswerHead head = readHead(rest);
     ParsedResponse r;
+    r.contentType = head.contentType;
     if (code == "200") {
-      r.body = extractBody(rest, &terminated);
       // Headers that never end mean the answer was cut off; it is not accepted.
-      if (!terminated) return unsupportedVersion(version, text);
+      if (!head.terminated) return unsupportedVersion(version, text);
+      std::string cutShort;
+      r.body = cutBody(rest, head, &cutShort);
+      if (!cutShort.empty()) {
+        r.parseErrorNumber = 2;
+        r.message = cutShortMessage(requestPath, cutShort);
+        r.text = std::move(r.body);
+        r.body.clear();
+      }
       return r;
     }
     r.parseErrorNumber = 2;
     r.message = "HTTP Error: " + statusErrorText(code, line, requestPath);
-    r.text = extractBody(rest);
+    r.text = cutBody(rest, head, nullptr);
     return r;
   }
 }
 
-std::string extractBody(std::string_view text, bool* terminated) {
-  std::size_t contentLength = 0;
-  bool chunked = false;
-  bool sawEmptyLine = false;
-  std::size_t bodyStart = text.size();
-  std::size_t pos = 0;
-  for (;;) {
-    std::size_t lineEnd;
-    const std::string_view line = lineAt(text, pos, lineEnd);
-    if (line.empty()) {
-      sawEmptyLine = true;
-      bodyStart = pos + 2;
-      break;
-    }
-    if (line.substr(0, 15) == "Content-length:") {
-      // A value that is not a whole number is not a length: the body then runs to the end.
-      if (!parseDecimal(trimBlanks(line.substr(15)), contentLength)) contentLength = 0;
-    } else if (trimBlanks(line) == "Transfer-Encoding: chunked") {
-      chunked = true;
-    }
-    if (lineEnd == std::string_view::npos) break;
-    pos = lineEnd + 2;
-  }
-  if (terminated) *terminated = sawEmptyLine;
-  if (bodyStart >= text.size()) return {};
-
-  const std::string_view body = text.substr(bodyStart);
-  if (contentLength != 0) return std::string(body.substr(0, contentLength));
-  if (chunked) return decodeChunked(body);
-  return std::string(body);
+std::string cutShortMessage(std::string_view requestPath, std::string_view detail) {
+  std::string message = "HTTP Error: The answer from ";
+  message.append(requestPath).append(" was cut short: ").append(detail).append(".");
+  return message;
 }
 
-std::string decodeChunked(std::string_view data) {
+std::string extractBody(std::string_view text, bool* terminated) {
+  const AnswerHead head = readHead(text);
+  if (terminated) *terminated = head.terminated;
+  return cutBody(text, head, nullptr);
+}
+
+std::string decodeChunked(std::string_view data, bool* complete) {
+  if (complete) *complete = false;
   std::string out;
   out.reserve(data.size());  // the decoded body is never longer than its coding
   std::size_t p = 0;
@@ -145,7 +214,10 @@ std::string decodeChunked(std::string_view data) {
       size = size > (kMax >> 4) ? kMax : (size << 4) | static_cast<std::size_t>(d);
       ++digits;
     }
-    if (size == 0 && digits > 0) break;  // the last chunk: what follows is trailer
+    if (size == 0 && digits > 0) {  // the last chunk: what follows is trailer
+      if (complete) *complete = true;
+      break;
+    }
 
     p = lineEnd + 2;
     const std::size_t available = data.size() - p;

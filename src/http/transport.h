@@ -6,6 +6,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
+
+#include "http/request_composer.h"
 
 // The seam between ctlHttpRequest and the platform: a connection that carries one composed request
 // and reports back, and a repeating timer. Natively the connection is a TCP socket driven by a poll
@@ -30,15 +34,27 @@ struct OutgoingRequest {
   std::string target;       // path with query string
   std::string contentType;  // empty for GET
   std::size_t bodyOffset = 0;
+  // The cookie variables, percent-encoded as in the Cookie line of `text`, for a transport that
+  // cannot write that header and sets them as cookies instead.
+  std::vector<NameValue> cookies;
 
   std::string_view body() const { return std::string_view(text).substr(bodyOffset); }
 };
 
 // An answer a transport has already parsed.
 struct ParsedAnswer {
+  ParsedAnswer() = default;
+  ParsedAnswer(int statusCode, std::string reasonPhrase, std::string bytes)
+      : status(statusCode), reason(std::move(reasonPhrase)), body(std::move(bytes)) {}
+
   int status = 0;
   std::string reason;
-  std::string body;
+  std::string body;         // the body's bytes as they came
+  std::string contentType;  // the Content-Type header, "" when there was none
+  // The server answered with a redirect, which is not followed (its status is not known then).
+  bool redirected = false;
+  // The connection ended before the whole body arrived; `body` holds what did.
+  bool cutShort = false;
 };
 
 // Notifications of a transport. They arrive from the event loop, never from inside a call the

@@ -25,6 +25,7 @@ constexpr const char* kDemoTemplate =
     "<param name=\"CookieName1\" value=\"{{COOKIE_NAME}}\">\n"
     "<param name=\"CookieValue1\" value=\"{{COOKIE_VALUE}}\">\n"
     "<param name=\"MaxUploadSize\" value=\"{{MAX_UPLOAD}}\">\n"
+    "<param name=\"ContentID\" value=\"{{CONTENT_ID}}\">\n"
     "</object></body></html>\n";
 
 std::string paramValue(const std::string& page, const std::string& name) {

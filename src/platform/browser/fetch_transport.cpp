@@ -1,6 +1,7 @@
 #include "platform/browser/fetch_transport.h"
 
 #include <emscripten/bind.h>
+#include <emscripten/emscripten.h>
 #include <emscripten/eventloop.h>
 #include <emscripten/val.h>
 
@@ -8,6 +9,16 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
+
+// A page whose document refuses cookies (an opaque origin) throws on the write; the request then
+// goes out with the cookies the browser has.
+EM_JS(void, vellmar_set_page_cookie, (const char* cookie), {
+  try {
+    document.cookie = UTF8ToString(cookie);
+  } catch (e) {
+  }
+});
 
 namespace vellmar::browser {
 
@@ -47,6 +58,13 @@ std::string originOf(const std::string& host, int port) {
   return origin;
 }
 
+// The cookie variables of a request as cookies of the page's origin, path "/", so that the browser
+// sends them: a page may not write the Cookie header itself. A cookie the server set with HttpOnly
+// cannot be replaced from the page; the browser then keeps sending the server's one.
+void setPageCookies(const std::vector<http::NameValue>& cookies) {
+  for (const auto& c : cookies) vellmar_set_page_cookie((c.name + "=" + c.value + "; path=/").c_str());
+}
+
 class FetchTransport final : public http::Transport {
  public:
   explicit FetchTransport(http::TransportListener& listener) : listener_(listener) {}
@@ -67,10 +85,14 @@ class FetchTransport final : public http::Transport {
 
   void send(const http::OutgoingRequest& request) override {
     if (state_ != http::SocketState::connected) return;
+    setPageCookies(request.cookies);
     val init = val::object();
     init.set("method", request.method);
     init.set("credentials", std::string("include"));
     init.set("cache", std::string("no-store"));
+    // A redirect ends the exchange as an HTTP error, as it does natively: followed, it could put
+    // another page -- a login form -- in place of the document.
+    init.set("redirect", std::string("manual"));
     if (!request.contentType.empty()) {
       val headers = val::object();
       headers.set("Content-Type", request.contentType);
@@ -113,21 +135,36 @@ class FetchTransport final : public http::Transport {
   }
 
   void response(int id, const val& response) {
-    status_ = response["status"].as<int>();
-    reason_ = response["statusText"].as<std::string>();
+    answer_ = {};
+    if (response["type"].as<std::string>() == "opaqueredirect") {
+      answer_.redirected = true;
+      finish();
+      listener_.transportAnswer(answer_);
+      return;
+    }
+    answer_.status = response["status"].as<int>();
+    answer_.reason = response["statusText"].as<std::string>();
+    const val contentType = response["headers"].call<val>("get", std::string("Content-Type"));
+    if (contentType.isString()) answer_.contentType = contentType.as<std::string>();
     const val id_value(id);
     val onBody = val::module_property("vellmarFetchBody").call<val>("bind", val::null(), id_value);
-    val onFailure = val::module_property("vellmarFetchFailed").call<val>("bind", val::null(), id_value);
-    response.call<val>("arrayBuffer").call<void>("then", onBody, onFailure);
+    val onCutShort =
+        val::module_property("vellmarFetchBodyFailed").call<val>("bind", val::null(), id_value);
+    response.call<val>("arrayBuffer").call<void>("then", onBody, onCutShort);
   }
 
   void body(const val& buffer) {
-    http::ParsedAnswer answer;
-    answer.status = status_;
-    answer.reason = reason_;
-    answer.body = val::global("Uint8Array").new_(buffer).as<std::string>();
+    answer_.body = val::global("Uint8Array").new_(buffer).as<std::string>();
     finish();
-    listener_.transportAnswer(answer);
+    listener_.transportAnswer(answer_);
+  }
+
+  // The headers came but the body did not arrive whole: fewer bytes than its Content-Length, a
+  // chunked body without its last chunk, or a connection that broke on the way.
+  void bodyFailed() {
+    answer_.cutShort = true;
+    finish();
+    listener_.transportAnswer(answer_);
   }
 
   void failed(const val& error) {
@@ -157,8 +194,7 @@ class FetchTransport final : public http::Transport {
   int port_ = 0;
   int id_ = 0;
   val abort_ = val::undefined();
-  int status_ = 0;
-  std::string reason_;
+  http::ParsedAnswer answer_;
 };
 
 void fetchResponse(int id, val response) {
@@ -167,6 +203,11 @@ void fetchResponse(int id, val response) {
 
 void fetchBody(int id, val buffer) {
   if (FetchTransport* t = lookup(id)) t->body(buffer);
+}
+
+void fetchBodyFailed(int id, val) {
+  // An aborted fetch was closed here first, so its number is already gone.
+  if (FetchTransport* t = lookup(id)) t->bodyFailed();
 }
 
 void fetchFailed(int id, val error) {
@@ -221,4 +262,5 @@ EMSCRIPTEN_BINDINGS(vellmar_fetch) {
   emscripten::function("vellmarFetchResponse", &vellmar::browser::fetchResponse);
   emscripten::function("vellmarFetchBody", &vellmar::browser::fetchBody);
   emscripten::function("vellmarFetchFailed", &vellmar::browser::fetchFailed);
+  emscripten::function("vellmarFetchBodyFailed", &vellmar::browser::fetchBodyFailed);
 }

@@ -26,14 +26,39 @@ struct Client {
   }
 };
 
-TEST(UrlEncode, KeepsUnreservedAndEncodesTheRestInWindows1252) {
+// Text of several scripts, one character of each UTF-8 width among them.
+const std::string kSample = "5 \u20AC \u2014 \u201Cquoted\u201D \u2014 \u4E2D\u6587 \u2014 "
+                            "\u0395\u03BB\u03BB\u03B7\u03BD\u03B9\u03BA\u03AC \u2014 \U0001F600";
+const std::string kSampleEncoded =
+    "5%20%E2%82%AC%20%E2%80%94%20%E2%80%9Cquoted%E2%80%9D%20%E2%80%94%20%E4%B8%AD%E6%96%87%20"
+    "%E2%80%94%20%CE%95%CE%BB%CE%BB%CE%B7%CE%BD%CE%B9%CE%BA%CE%AC%20%E2%80%94%20%F0%9F%98%80";
+
+TEST(UrlEncode, KeepsUnreservedAndEncodesEveryOtherUtf8Byte) {
   EXPECT_EQ(urlEncode("AZaz09*-._"), "AZaz09*-._");
   EXPECT_EQ(urlEncode("a b+c~d&e=f/"), "a%20b%2Bc%7Ed%26e%3Df%2F");
-  EXPECT_EQ(urlEncode("caf\xC3\xA9"), "caf%E9");                // é is byte 233
-  EXPECT_EQ(urlEncode("\xE2\x82\xAC \xE2\x80\x9C"), "%80%20%93");  // euro sign, left quote
-  EXPECT_EQ(urlEncode("a\xE4\xB8\xAD" "b"), "ab");                // no byte for it: dropped
-  EXPECT_EQ(urlEncode("\xFF"), "%FF");  // not UTF-8: carried as the byte it is
+  EXPECT_EQ(urlEncode("caf\xC3\xA9"), "caf%C3%A9");
+  EXPECT_EQ(urlEncode(kSample), kSampleEncoded);  // nothing above 255 is dropped
   EXPECT_EQ(urlEncode(std::string("\0\r\n", 3)), "%00%0D%0A");
+}
+
+TEST(Composition, EveryPartOfARequestCarriesUtf8Whole) {
+  Client c;
+  c.request.addCookieVariable("n\u00E4me", kSample);
+  c.request.addUrlVariable("q", kSample);
+  c.request.addFormVariable("vmContent", kindText, "<p>" + kSample + "</p>");
+  const OutgoingRequest post = c.request.composeRequest(1, "h", "/s", 80);
+  EXPECT_EQ(post.target, "/s?q=" + kSampleEncoded);
+  EXPECT_NE(post.text.find("\r\nCookie: n%C3%A4me=" + kSampleEncoded + "\r\n"), std::string::npos);
+  EXPECT_EQ(post.body(), "vmContent=%3Cp%3E" + kSampleEncoded + "%3C%2Fp%3E");
+  // A transport that sets cookies itself gets them encoded as the Cookie line has them.
+  ASSERT_EQ(post.cookies.size(), 1u);
+  EXPECT_EQ(post.cookies[0].name, "n%C3%A4me");
+  EXPECT_EQ(post.cookies[0].value, kSampleEncoded);
+
+  // Multipart parts carry the text as it is.
+  const std::string multipart =
+      buildMultipartRequest(c.request.variables(), "h", "/up", kVersion, makeBoundary());
+  EXPECT_NE(multipart.find("\r\n\r\n<p>" + kSample + "</p>\r\n"), std::string::npos);
 }
 
 TEST(Composition, GetRequestMatchesTheWireFormByteForByte) {
@@ -64,6 +89,9 @@ TEST(Composition, QueryAndCookieStringsSkipEntriesWithoutName) {
   const std::string text = c.compose(0, "h", "/p", 80);
   EXPECT_EQ(text.substr(0, text.find("\r\n")), "GET /p?a%20b=x%26y&e= HTTP/1.1");
   EXPECT_NE(text.find("\r\nCookie: sid=1; lang=en\r\n"), std::string::npos);
+  const auto cookies = c.request.composeRequest(0, "h", "/p", 80).cookies;
+  ASSERT_EQ(cookies.size(), 2u);
+  EXPECT_EQ(cookies[1].name + "=" + cookies[1].value, "lang=en");
 
   Client bare;
   bare.request.addUrlVariable("", "only");

@@ -17,7 +17,10 @@ class FakeTransport final : public Transport {
     host = h, port = p, state_ = SocketState::connecting;
     ++connects;
   }
-  void send(const OutgoingRequest& request) override { sent.push_back(request.text); }
+  void send(const OutgoingRequest& request) override {
+    sent.push_back(request.text);
+    cookies = request.cookies;
+  }
   void close() override {
     state_ = SocketState::closed;
     ++closes;
@@ -37,6 +40,7 @@ class FakeTransport final : public Transport {
   int connects = 0;
   int closes = 0;
   std::vector<std::string> sent;
+  std::vector<NameValue> cookies;
 };
 
 class FakeTimer final : public Timer {
@@ -224,6 +228,87 @@ TEST_F(Lifecycle, ParsedAnswersMapOntoTheSameEvents) {
   net().connected();
   net().listener.transportAnswer({200, "OK", "<list/>"});
   EXPECT_EQ(rec.events.back(), "complete <list/>");
+}
+
+TEST_F(Lifecycle, ARedirectOrACutOffBodyNeverCompletes) {
+  // A transport that does not follow redirects reports one without its status.
+  request.http(0, "h", "/doc", 30, 80);
+  net().connected();
+  ParsedAnswer redirect;
+  redirect.redirected = true;
+  net().listener.transportAnswer(redirect);
+  EXPECT_EQ(rec.events.back(),
+            "parseError 2 HTTP Error: /doc answered with a redirect, which is not followed. | ");
+  EXPECT_TRUE(request.requestFailed());
+
+  request.reset();
+  request.http(0, "h", "/doc", 30, 80);
+  net().connected();
+  ParsedAnswer cut{200, "OK", "<p>half"};
+  cut.cutShort = true;
+  net().listener.transportAnswer(cut);
+  EXPECT_EQ(rec.events.back(),
+            "parseError 2 HTTP Error: The answer from /doc was cut short: the connection ended "
+            "before the whole body arrived. | <p>half");
+
+  // The same over a raw connection that closes early.
+  request.reset();
+  request.http(0, "h", "/doc", 30, 80);
+  net().connected();
+  net().data("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n<p>half");
+  net().peerClosed();
+  EXPECT_EQ(rec.events.back(),
+            "parseError 2 HTTP Error: The answer from /doc was cut short: only 7 of the 100 bytes "
+            "its Content-Length announced arrived. | <p>half");
+}
+
+TEST_F(Lifecycle, AnswersAreReadByTheirCharset) {
+  request.http(0, "h", "/a", 30, 80);
+  net().connected();
+  net().data("HTTP/1.1 200 OK\r\nContent-Type: text/html; charset=windows-1252\r\n\r\ncaf\xE9 \x80");
+  net().peerClosed();
+  EXPECT_EQ(rec.events.back(), "complete caf\u00E9 \u20AC");
+
+  request.reset();
+  request.http(0, "h", "/a", 30, 80);
+  net().connected();
+  ParsedAnswer parsed{200, "OK", "caf\xE9"};
+  parsed.contentType = "text/plain; charset=iso-8859-1";
+  net().listener.transportAnswer(parsed);
+  EXPECT_EQ(rec.events.back(), "complete caf\u00E9");
+
+  request.reset();
+  request.http(0, "h", "/a", 30, 80);
+  net().connected();
+  net().listener.transportAnswer({500, "Error", "caf\xC3\xA9 \xFF"});
+  EXPECT_EQ(rec.events.back(), "parseError 2 HTTP Error: HTTP/1.1 500 Error | caf\u00E9 \uFFFD");
+}
+
+TEST_F(Lifecycle, AnAnswerBeyondTheBoundStopsTheRequestWithAnError) {
+  EXPECT_EQ(request.maxAnswerBytes(), 64u * 1024 * 1024);
+  request.setMaxAnswerBytes(100);
+  request.http(0, "h", "/endless", 30, 80);
+  net().connected();
+  net().data("HTTP/1.1 200 OK\r\n\r\n" + std::string(60, 'x'));
+  net().data(std::string(21, 'x'));  // exactly 100 bytes so far
+  EXPECT_EQ(rec.events.size(), 1u);
+  net().data("y");
+  EXPECT_EQ(rec.events.back(),
+            "error 7 The answer from /endless is larger than 100 bytes, the most the HTTP client "
+            "holds; the request was stopped.");
+  EXPECT_EQ(net().state(), SocketState::closed);
+  EXPECT_FALSE(loop.timer->on);
+  EXPECT_TRUE(request.responseBuffer().empty());
+}
+
+TEST_F(Lifecycle, TheTransportGetsTheCookiesEncoded) {
+  request.addCookieVariable("vmSession", "a b");
+  request.addCookieVariable("", "skipped");
+  request.http(0, "h", "/a", 30, 80);
+  net().connected();
+  ASSERT_EQ(net().cookies.size(), 1u);
+  EXPECT_EQ(net().cookies[0].name, "vmSession");
+  EXPECT_EQ(net().cookies[0].value, "a%20b");
 }
 
 TEST_F(Lifecycle, HandlersMayCancelOrRestartFromInsideStarted) {

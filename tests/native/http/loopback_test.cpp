@@ -143,6 +143,40 @@ TEST(Loopback, StatusAndVersionFailuresAreParseErrors) {
   }
 }
 
+TEST(Loopback, AnAnswerCutShortByTheServersCloseIsAParseError) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {answer("200 OK", "Content-Length: 100\r\n", "<p>half"),
+       "only 7 of the 100 bytes its Content-Length announced arrived"},
+      {answer("200 OK", "Transfer-Encoding: chunked\r\n", "7\r\n<p>half\r\n"),
+       "its chunked body ended before the last chunk"},
+  };
+  for (const auto& [reply, detail] : cases) {
+    LoopbackServer server({{reply}});
+    Exchange x;
+    x.request.http(0, "127.0.0.1", "/doc", 30, server.port());
+    x.run();
+    EXPECT_EQ(x.events, (Events{"started", "parseError 2 HTTP Error: The answer from /doc was cut short: " +
+                                               detail + "."}));
+    EXPECT_EQ(x.body, "<p>half");
+  }
+}
+
+TEST(Loopback, AServerThatStreamsWithoutEndIsStoppedAtTheDefaultBound) {
+  Script endless;
+  endless.pieces.push_back("HTTP/1.1 200 OK\r\n\r\n");
+  endless.pieces.resize(1 + 65, std::string(std::size_t{1} << 20, 'x'));  // 65 MB and holding on
+  endless.end = Script::End::hold;
+  LoopbackServer server(endless);
+  Exchange x;
+  x.request.http(0, "127.0.0.1", "/stream", 30, server.port());
+  x.run(std::chrono::seconds(30));
+  EXPECT_EQ(x.events, (Events{"started",
+                              "error 7 The answer from /stream is larger than 67108864 bytes, the "
+                              "most the HTTP client holds; the request was stopped."}));
+  EXPECT_EQ(x.request.socketState(), SocketState::closed);
+  EXPECT_LT(x.request.responseBuffer().capacity(), 64u) << "the 64 MB are given back";
+}
+
 TEST(Loopback, ResetAndRefusedConnectionsRaiseTheSystemError) {
   Script reset;
   reset.pieces = {"HTTP/1.1 200 OK\r\n"};

@@ -63,6 +63,46 @@ TEST(ParseResponse, UnreadableAnswersEndInParseError1) {
   EXPECT_EQ(parseResponse("HTTP/1.1 200 OK\r\nContent-length: 5", "/p").parseErrorNumber, 1);
 }
 
+TEST(ParseResponse, AnAnswerCutShortIsAParseErrorThatSaysSo) {
+  // Fewer bytes than the length announced, in either spelling of the header.
+  for (const std::string header : {"Content-length", "Content-Length", "content-length"}) {
+    const ParsedResponse r =
+        parseResponse("HTTP/1.1 200 OK\r\n" + header + ": 20\r\n\r\n<p>half a doc", "/doc");
+    EXPECT_EQ(r.parseErrorNumber, 2) << header;
+    EXPECT_EQ(r.message, "HTTP Error: The answer from /doc was cut short: only 13 of the 20 bytes "
+                         "its Content-Length announced arrived.");
+    EXPECT_EQ(r.text, "<p>half a doc");
+    EXPECT_EQ(r.body, "");
+  }
+  // A chunked body without its last chunk, whether it stops between chunks or inside one.
+  for (const std::string chunks : {"5\r\nHello\r\n", "5\r\nHello\r\n6\r\n Wo", "5\r\nHel"}) {
+    const ParsedResponse r =
+        parseResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + chunks, "/doc");
+    EXPECT_EQ(r.parseErrorNumber, 2) << chunks;
+    EXPECT_EQ(r.message,
+              "HTTP Error: The answer from /doc was cut short: its chunked body ended before the "
+              "last chunk.");
+  }
+  // Whole answers stay whole: a longer body than announced, the last chunk, no length at all.
+  EXPECT_EQ(parseResponse("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nHelloWorld", "/d").body,
+            "HelloWorld");
+  EXPECT_EQ(parseResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nHello\r\n0\r\n\r\n",
+                          "/d")
+                .body,
+            "Hello");
+  EXPECT_FALSE(parseResponse("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", "/d").failed());
+  EXPECT_FALSE(parseResponse("HTTP/1.1 200 OK\r\n\r\nto the close", "/d").failed());
+}
+
+TEST(ParseResponse, KeepsTheContentTypeToReadTheBodyBy) {
+  EXPECT_EQ(parseResponse("HTTP/1.1 200 OK\r\ncontent-type:  text/html; charset=utf-8 \r\n\r\nx", "/")
+                .contentType,
+            "text/html; charset=utf-8");
+  EXPECT_EQ(parseResponse("HTTP/1.1 500 No\r\nContent-Type: text/plain\r\n\r\nx", "/").contentType,
+            "text/plain");
+  EXPECT_EQ(parseResponse("HTTP/1.1 200 OK\r\n\r\nx", "/").contentType, "");
+}
+
 TEST(ExtractBody, OnlyTheLowerCaseContentLengthSpellingCuts) {
   EXPECT_EQ(extractBody("HTTP/1.1 200 OK\r\nContent-length: 5\r\n\r\nHelloWorld"), "Hello");
   EXPECT_EQ(extractBody("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nHelloWorld"), "HelloWorld");
@@ -101,6 +141,14 @@ TEST(DecodeChunked, DecodesSizesExtensionsAndStopsAtTheEnd) {
   EXPECT_EQ(decodeChunked("4\r\n\r\n\r\n\r\n0\r\n\r\n"), "\r\n\r\n");
   EXPECT_EQ(decodeChunked("ffffffffffffffffffffffff\r\nxyz"), "xyz");
   EXPECT_EQ(decodeChunked(""), "");
+
+  bool complete = true;
+  decodeChunked("3\r\nabc\r\n0\r\n\r\n", &complete);
+  EXPECT_TRUE(complete);
+  for (const char* cut : {"3\r\nabc\r\n", "3\r\nab", "3\r\nabc", "", "3"}) {
+    decodeChunked(cut, &complete);
+    EXPECT_FALSE(complete) << cut;
+  }
 }
 
 }  // namespace

@@ -339,7 +339,7 @@ TEST_F(Exchanges, ADocumentThatCannotBePreparedIsNotSent) {
   EXPECT_EQ(save().connects, 0);
   EXPECT_TRUE(save().sent.empty());
   EXPECT_FALSE(docs->saving());
-  EXPECT_FALSE(ControlState::shared().requestInProgress);
+  EXPECT_FALSE(state.requestInProgress);
   ASSERT_GE(log.size(), 2u);
   EXPECT_EQ(log[0], "Save Error (/save)");
   EXPECT_EQ(log[1], "The document could not be prepared.");

@@ -93,6 +93,27 @@ TEST_F(CliCommands, CleanThatRunsOutOfMemoryWritesNothingAndFails) {
   EXPECT_NE(err.find("Out of memory"), std::string::npos) << err;
 }
 
+TEST_F(CliCommands, FetchTakesEveryPortUpTo65535) {
+  const CliRun top = runCli({"fetch", "--print-request", "--host", "h", "--port", "65535", "--path", "/"});
+  EXPECT_EQ(top.status, 0) << top.err;
+  EXPECT_EQ(top.out.rfind("GET / HTTP/1.1\r\n", 0), 0u) << top.out;
+  EXPECT_EQ(runCli({"fetch", "--print-request", "--host", "h", "--port", "65536", "--path", "/"}).status, 2);
+  EXPECT_EQ(runCli({"fetch", "--print-request", "--host", "h", "--port", "0", "--path", "/"}).status, 2);
+}
+
+TEST_F(CliCommands, CheckRefusesAnEmailLinkListOfMailtoAddresses) {
+  // The editor puts "mailto:" in front of each address itself; a list that already has it would
+  // give "mailto:mailto:" links.
+  testing::LoopbackServer server({{"HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\n\r\n"
+                                    "<emaillinks><emaillink><name>Sales</name><email>mailto:sales@example.com"
+                                    "</email></emaillink></emaillinks>"}});
+  const CliRun run = runCli({"check", "--param", "domain=127.0.0.1", "--param",
+                             "port=" + std::to_string(server.port()), "--param", "PathToEmailLinkList=/mail"});
+  EXPECT_EQ(run.status, 1) << run.out << run.err;
+  EXPECT_NE(run.out.find("FAIL email link list"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("is not a bare e-mail address"), std::string::npos) << run.out;
+}
+
 TEST_F(CliCommands, FetchPrintsTheRequestTheEditorComposes) {
   const CliRun run = runCli({"fetch", "--print-request", "--host", "example.com", "--port", "8080",
                              "--path", "/cms/content", "--cookie", "vmSession=abc", "--url",

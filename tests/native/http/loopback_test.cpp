@@ -194,6 +194,20 @@ TEST(Loopback, ResetAndRefusedConnectionsRaiseTheSystemError) {
   EXPECT_EQ(x.events, Events{"error 111 Connection refused"});
 }
 
+TEST(Loopback, PortsRunUpTo65535) {
+  // Nobody listens on the top port, so the connection is refused; it is not an invalid port.
+  Exchange top;
+  top.request.http(0, "127.0.0.1", "/", 30, 65535);
+  top.run();
+  ASSERT_FALSE(top.events.empty());
+  EXPECT_EQ(top.events.back().find("error 22 "), std::string::npos) << top.events.back();
+  Exchange beyond;
+  beyond.request.http(0, "127.0.0.1", "/", 30, 65536);
+  beyond.run();
+  ASSERT_FALSE(beyond.events.empty());
+  EXPECT_EQ(beyond.events.back().rfind("error 22 ", 0), 0u) << beyond.events.back();
+}
+
 TEST(Loopback, ServerThatNeverClosesTimesOutAfterTheGivenSeconds) {
   Script hold;
   hold.pieces = {"HTTP/1.1 200 OK\r\n\r\npartial"};

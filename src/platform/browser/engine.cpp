@@ -215,6 +215,8 @@ void Engine::setVisualAids(bool on) {
 
 void Engine::focus() { frame_["contentWindow"].call<void>("focus"); }
 
+void Engine::beginChange() { history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot()); }
+
 // ---- events ---------------------------------------------------------------------------------
 
 void Engine::setScriptHandler(const std::string& type, const val& handler) {
@@ -387,9 +389,9 @@ void Engine::handleEvent(int kind, const val& event) {
       history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
       const val html = event["html"];
       if (html.isString() && !html.as<std::string>().empty()) {
-        browserCommand("insertHTML", html.as<std::string>());
+        runBrowserCommand("insertHTML", html.as<std::string>());
       } else if (event["text"].isString()) {
-        browserCommand("insertText", event["text"].as<std::string>());
+        runBrowserCommand("insertText", event["text"].as<std::string>());
       }
       noteChange(true);
       break;
@@ -402,22 +404,13 @@ void Engine::handleEvent(int kind, const val& event) {
 void Engine::onKeyDown(const val& event) {
   hideMenu();
   const std::string key = event["key"].isString() ? event["key"].as<std::string>() : std::string();
-  const bool ctrl = event["ctrlKey"].as<bool>() || event["metaKey"].as<bool>();
-  const bool shift = event["shiftKey"].as<bool>();
-  if (ctrl && !event["altKey"].as<bool>()) {
-    const std::string k = upper(key);
-    // The browser's own history would undo only what it saw itself; every undo goes through ours.
-    if (k == "Z" || k == "Y") {
+  if (events_.ShortcutKey && !event["isComposing"].as<bool>()) {
+    const editing::KeyChord chord{key, event["ctrlKey"].as<bool>() || event["metaKey"].as<bool>(),
+                                  event["shiftKey"].as<bool>(), event["altKey"].as<bool>()};
+    bool handled = false;
+    guarded("ShortcutKey", [&] { handled = events_.ShortcutKey(chord); });
+    if (handled) {
       event.call<void>("preventDefault");
-      guarded(k == "Z" && !shift ? "undo" : "redo", [&] {
-        const auto id = (k == "Z" && !shift) ? editing::Decmd::Undo : editing::Decmd::Redo;
-        if (QueryStatus(editing::decmdNumber(id)) == 3) ExecCommand(editing::decmdNumber(id));
-      });
-      return;
-    }
-    if (k == "F") {
-      event.call<void>("preventDefault");
-      openFind();
       return;
     }
   }

@@ -66,10 +66,7 @@ EditorViews::EditorViews(ControlView& view, EditorMenuBar& menuBar)
 
 EditorViews::~EditorViews() { registry().erase(id_); }
 
-void EditorViews::attach(Engine& engine) {
-  engine_ = &engine;
-  engine.events().DisplayChanged = [this] { displayChanged(); };
-}
+void EditorViews::attach(Engine& engine) { engine_ = &engine; }
 
 void EditorViews::handleEvent(int kind, int index) {
   if (kind == kTabClick) {
@@ -171,23 +168,6 @@ void EditorViews::setView(std::string_view viewKey) {
 void EditorViews::sourceChanged() {
   if (suppress_ || !engine_) return;
   engine_->DOM().body().setInnerHTML(source_["value"].as<std::string>());
-}
-
-void EditorViews::displayChanged() {
-  guarded("DHTMLSafe1_DisplayChanged", [&] {
-    if (!engine_) return;
-    auto& props = editor::PropertySet::shared();
-    const dom::Document doc = engine_->DOM();
-    if (!props.pathToStyleSheet().empty() && doc.styleSheetsLength() == 0) {
-      // The engine's document has no address of its own on the editor's server, so the sheet is
-      // addressed there in full.
-      std::string url = "http://" + props.domain();
-      if (const auto port = http::convertPort(props.port())) url += ":" + std::to_string(*port);
-      std::string path = http::exchangePath(props.documentRoot(), props.pathToStyleSheet());
-      if (path.empty() || path.front() != '/') path.insert(0, 1, '/');
-      doc.createStyleSheet(url + path);
-    }
-  });
 }
 
 }  // namespace vellmar::browser

@@ -41,7 +41,6 @@ class EditorViews {
 
  private:
   void sourceChanged();
-  void displayChanged();
   void setAllMenuItemsGrayed(bool grayed);
   void selectTab(int index);
 

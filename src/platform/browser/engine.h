@@ -102,6 +102,11 @@ class Engine {
   bool visualAids() const { return visualAids_; }
   void setVisualAids(bool on);
 
+  // Puts markup in place of the selection (a selected element included), as the old engine's
+  // pasteHTML did: a paragraph it lands in is split around any block elements in it, and the
+  // caret ends after it. Answers {first, last}: the first and last node inserted.
+  val insertMarkup(const std::string& html);
+
   // Closes the current undo step: what the editor changes next is a step of its own. The engine's
   // commands do this themselves; the editor calls it before changing the document directly.
   void beginChange();

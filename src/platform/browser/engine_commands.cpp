@@ -83,6 +83,20 @@ constexpr ReportedBlock kReportedOnly[] = {
     {"Normal (DIV)", "DIV"}, {"Definition Term", "DT"}, {"Definition", "DD"},
 };
 
+std::string escapeText(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      default: out += c;
+    }
+  }
+  return out;
+}
+
 std::string textValue(const CommandValue& value) {
   if (const auto* text = std::get_if<std::string>(&value)) return *text;
   if (const auto* number = std::get_if<double>(&value)) {
@@ -537,7 +551,19 @@ void Engine::createLink(const std::string& url) {
       return;
     }
   }
-  // Otherwise the selection becomes a link (a caret gets the address itself as the link text).
+  // Otherwise the selection becomes a link. At a caret the address itself becomes the link's
+  // text, and that text is left selected, so that the editor can go on with the new link.
+  if (ctx.type == SelectionType::None) {
+    const val inserted =
+        insertMarkup("<a href=\"" + escapeAttribute(url) + "\">" + escapeText(url) + "</a>");
+    const val anchor = inserted["first"];
+    if (!anchor.isNull() && anchor["nodeType"].as<int>() == 1) {
+      val range = document_.call<val>("createRange");
+      range.call<void>("selectNodeContents", anchor);
+      dom::TextRange(document_, range).select();
+    }
+    return;
+  }
   browserCommand(Decmd::Hyperlink, url);
 }
 
@@ -564,6 +590,115 @@ void Engine::insertImage(const std::string& source) {
   image.removeAttribute("id");
   // The inserted image is left selected as a whole, so the editor can set its attributes.
   selectControl(image);
+}
+
+namespace {
+
+bool isBlockElement(const std::string& tag) {
+  static const char* const kBlocks[] = {"P",  "DIV", "H1",      "H2",         "H3", "H4", "H5", "H6",
+                                        "HR", "UL",  "OL",      "DL",         "PRE", "TABLE", "ADDRESS",
+                                        "BLOCKQUOTE", "CENTER", "FORM", "FIELDSET"};
+  return std::any_of(std::begin(kBlocks), std::end(kBlocks), [&](const char* b) { return tag == b; });
+}
+
+bool isSplittableBlock(const std::string& tag) {
+  return tag == "P" || tag == "ADDRESS" || tag == "PRE" ||
+         (tag.size() == 2 && tag[0] == 'H' && tag[1] >= '1' && tag[1] <= '6');
+}
+
+// True when a block holds nothing worth keeping (no text, no object, no line break or anchor).
+bool emptyBlock(const val& block) {
+  const std::string text = block["textContent"].as<std::string>();
+  return text.find_first_not_of(" \t\r\n\xC2\xA0") == std::string::npos &&
+         block.call<val>("querySelector", std::string("img,hr,table,input,object,iframe,br,a[name]")).isNull();
+}
+
+// Removes the inline elements below `block` that hold nothing at all (no text, no object, no line
+// break), innermost first.
+void pruneEmptyInline(const val& block) {
+  const val all = block.call<val>("querySelectorAll", std::string("*"));
+  for (int i = all["length"].as<int>() - 1; i >= 0; --i) {
+    const val element = all[i];
+    const std::string tag = element["tagName"].as<std::string>();
+    if (isBlockElement(tag) || tag == "BR" || tag == "IMG" || tag == "INPUT" || tag == "IFRAME" ||
+        tag == "OBJECT" || tag == "TD" || tag == "TH" || tag == "TR" || tag == "LI") {
+      continue;
+    }
+    if (element["childNodes"]["length"].as<int>() == 0 && !element.call<bool>("hasAttribute", std::string("name"))) {
+      element.call<void>("remove");
+    }
+  }
+}
+
+}  // namespace
+
+val Engine::insertMarkup(const std::string& html) {
+  const Context& ctx = context();
+  if (!ctx.editable) throw ProcedureError(5, "There is no selection in the document");
+  val range = ctx.range.call<val>("cloneRange");
+  if (ctx.type == SelectionType::Control) {
+    range.call<void>("selectNode", ctx.control.js());
+    dom::setControlSelection(document_, dom::Element());
+  }
+  range.call<void>("deleteContents");
+  // Parsed in the edited document, whose frame runs no script: a script or an event handler
+  // attribute in the markup stays inert.
+  val fragment = dom::call(range, "createContextualFragment", html);
+  val result = val::object();
+  result.set("first", fragment["firstChild"]);
+  result.set("last", fragment["lastChild"]);
+  const val last = fragment["lastChild"];
+
+  // Block elements cannot stand inside a paragraph, heading, address or preformatted block: such a
+  // block is split at the selection and the markup goes between the halves; a half left empty goes.
+  bool blocks = false;
+  for (val child = fragment["firstElementChild"]; !child.isNull() && !blocks; child = child["nextElementSibling"]) {
+    blocks = isBlockElement(child["tagName"].as<std::string>());
+  }
+  const val body = document_["body"];
+  val block = val::null();
+  if (blocks) {
+    val node = range["startContainer"];
+    for (val e = node["nodeType"].as<int>() == 1 ? node : node["parentElement"];
+         !e.isNull() && !e.strictlyEquals(body); e = e["parentElement"]) {
+      const std::string tag = e["tagName"].as<std::string>();
+      if (isSplittableBlock(tag)) {
+        block = e;
+        break;
+      }
+      if (tag == "TD" || tag == "TH" || tag == "LI" || tag == "DIV" || tag == "BLOCKQUOTE") break;
+    }
+  }
+  if (!block.isNull()) {
+    val tail = range.call<val>("cloneRange");
+    tail.call<void>("setEndAfter", block);
+    val rest = tail.call<val>("extractContents");
+    const val restBlock = rest["firstElementChild"];
+    val parent = block["parentNode"];
+    parent.call<val>("insertBefore", fragment, block["nextSibling"]);
+    parent.call<val>("insertBefore", rest, last["nextSibling"]);
+    // The split leaves the inline elements it cut through behind, empty, at the cut.
+    pruneEmptyInline(block);
+    if (!restBlock.isNull()) pruneEmptyInline(restBlock);
+    if (emptyBlock(block)) block.call<void>("remove");
+    if (!restBlock.isNull() && emptyBlock(restBlock)) restBlock.call<void>("remove");
+  } else {
+    dom::call(range, "insertNode", fragment);
+  }
+  dom::noteChange();
+  // The caret goes after what was inserted: into the second half of a split block, if any.
+  val caret = document_.call<val>("createRange");
+  if (!block.isNull() && !last.isNull() && !last["nextSibling"].isNull() &&
+      last["nextSibling"]["nodeType"].as<int>() == 1 && isSplittableBlock(last["nextSibling"]["tagName"].as<std::string>())) {
+    caret.call<void>("setStart", last["nextSibling"], 0);
+    caret.call<void>("collapse", true);
+    dom::TextRange(document_, caret).select();
+  } else if (!last.isNull() && last["isConnected"].as<bool>()) {
+    caret.call<void>("setStartAfter", last);
+    caret.call<void>("collapse", true);
+    dom::TextRange(document_, caret).select();
+  }
+  return result;
 }
 
 void Engine::paste() {

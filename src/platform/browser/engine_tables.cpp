@@ -63,6 +63,11 @@ bool blank(const dom::Element& cell) {
   return noText && cell.js().call<val>("querySelector", std::string("img,hr,table,input,object,iframe")).isNull();
 }
 
+std::string tagOf(const val& node) {
+  if (node.isNull() || node.isUndefined() || node["nodeType"].as<int>() != 1) return {};
+  return node["tagName"].as<std::string>();
+}
+
 dom::Element closestTable(dom::Element e) {
   while (e && e.tagName() != "TABLE") e = e.parentElement();
   return e;
@@ -251,9 +256,8 @@ void Engine::placeCaretIn(const dom::Element& element, bool atEnd) {
   range.select();
 }
 
-// A new table goes where the selection is (replacing a selected element). A table cannot stand
-// inside a paragraph, heading, address or preformatted block, so such a block is split at the
-// caret and the table goes between the halves; a half left empty is dropped.
+// A new table goes where the selection is (replacing a selected element), splitting a paragraph
+// it lands in (see insertMarkup), with the caret in its first cell.
 void Engine::insertTable(const InsertTableParam& param) {
   if (param.NumRows < 1 || param.NumCols < 1 || param.NumRows > 1000 || param.NumCols > 1000) {
     throw ProcedureError(5, "A table needs 1 to 1000 rows and columns");
@@ -270,47 +274,9 @@ void Engine::insertTable(const InsertTableParam& param) {
   for (long r = 0; r < param.NumRows; ++r) html += row;
   html += "</tbody></table>";
 
-  const Context& ctx = context();
-  val range = ctx.range.call<val>("cloneRange");
-  if (ctx.type == editing::SelectionType::Control) {
-    range.call<void>("selectNode", ctx.control.js());
-    dom::setControlSelection(document_, dom::Element());
-  }
-  range.call<void>("deleteContents");
-  val fragment = dom::call(range, "createContextualFragment", html);
-  const val table = fragment.call<val>("querySelector", std::string("table"));
-  if (table.isNull()) throw ProcedureError(5, "The table attributes did not make a table");
-
-  const dom::Element body = dom::Document(document_).body();
-  dom::Element block;
-  {
-    val node = range["startContainer"];
-    dom::Element e(node["nodeType"].as<int>() == 1 ? node : node["parentElement"]);
-    for (; e && !(e == body); e = e.parentElement()) {
-      const std::string tag = e.tagName();
-      if (tag == "P" || tag == "ADDRESS" || tag == "PRE" || (tag.size() == 2 && tag[0] == 'H' && tag[1] >= '1' && tag[1] <= '6')) {
-        block = e;
-        break;
-      }
-      if (tag == "TD" || tag == "TH" || tag == "LI" || tag == "DIV" || tag == "BLOCKQUOTE") break;
-    }
-  }
-  if (block) {
-    val tail = range.call<val>("cloneRange");
-    tail.call<void>("setEndAfter", block.js());
-    val rest = tail.call<val>("extractContents");
-    const val restBlock = rest["firstElementChild"];
-    val parent = block.js()["parentNode"];
-    parent.call<val>("insertBefore", fragment, block.js()["nextSibling"]);
-    parent.call<val>("insertBefore", rest, table["nextSibling"]);
-    if (blank(block) && block.js().call<val>("querySelector", std::string("br,a[name]")).isNull()) {
-      block.js().call<void>("remove");
-    }
-    if (!restBlock.isNull() && blank(dom::Element(restBlock))) restBlock.call<void>("remove");
-  } else {
-    dom::call(range, "insertNode", fragment);
-  }
-  dom::noteChange();
+  const val inserted = insertMarkup(html);
+  const val table = inserted["first"];
+  if (table.isNull() || tagOf(table) != "TABLE") throw ProcedureError(5, "The table attributes did not make a table");
   const dom::ElementCollection cells(table.call<val>("getElementsByTagName", std::string("td")));
   if (cells.length() > 0) placeCaretIn(cells.item(0));
 }

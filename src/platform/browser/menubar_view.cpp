@@ -609,11 +609,7 @@ void MenuBarView::queueTick(void* self) { static_cast<MenuBarView*>(self)->model
 EditorMenuBar::EditorMenuBar(val bar, val root) : view_(model_, std::move(bar), std::move(root)) {
   model_.menuItemSelected = [this](const std::string& key) {
     view_.raiseSelected(key);
-    if (dispatch_) {
-      dispatch_(key);
-    } else {
-      routeKey(key);
-    }
+    if (dispatch_) dispatch_(key);
   };
 }
 
@@ -632,16 +628,6 @@ void EditorMenuBar::connect(editor::ControlHooks& hooks) {
   hooks.setVisibleMenuItem = [this](std::string_view menu, std::string_view item, bool visible) {
     model_.setVisibleMenuItem(menu, item, visible);
   };
-}
-
-void EditorMenuBar::routeKey(const std::string& key) {
-  guarded("mcMenuBar1_menuItemSelected", [&] {
-    if (key == "wysiwyg" || key == "html") {
-      if (commands_.setView) commands_.setView(key);
-    } else if (key == "saveToServer") {
-      if (commands_.saveToServer) commands_.saveToServer();
-    }
-  });
 }
 
 }  // namespace vellmar::browser

@@ -95,21 +95,14 @@ class MenuBarView final : public menubar::MenuBarObserver {
 };
 
 // The editor's menu bar in the control: the model, its view in the control's menu bar element,
-// the recent-files store, and the route from a chosen key to the control's operations.
+// the recent-files store, and the route from a chosen key to the control's dispatch.
 class EditorMenuBar {
  public:
-  // The operations a chosen key can reach. Keys without an operation here do nothing.
-  struct Commands {
-    std::function<void(std::string_view viewKey)> setView;  // "wysiwyg" and "html"
-    std::function<void()> saveToServer;
-  };
-
   EditorMenuBar(emscripten::val bar, emscripten::val root);
 
   // Fills the control's menu hooks: building the menu, applying its switches, item visibility.
   void connect(editor::ControlHooks& hooks);
-  void setCommands(Commands commands) { commands_ = std::move(commands); }
-  // Replaces the whole routing of chosen keys (the control's dispatch, once it has one).
+  // Where chosen keys go (`mcMenuBar1_menuItemSelected`).
   void setDispatch(std::function<void(const std::string& key)> dispatch) {
     dispatch_ = std::move(dispatch);
   }
@@ -117,15 +110,10 @@ class EditorMenuBar {
   menubar::mcMenuBar& model() { return model_; }
   menubar::SettingsStore& settings() { return settings_; }
 
-  // `mcMenuBar1_menuItemSelected` until the full dispatch exists: the view keys and saving to
-  // the server are routed; every other key, and the empty key, does nothing.
-  void routeKey(const std::string& key);
-
  private:
   menubar::mcMenuBar model_;
   LocalStorageSettingsStore settings_;
   MenuBarView view_;
-  Commands commands_;
   std::function<void(const std::string& key)> dispatch_;
   bool built_ = false;
 };

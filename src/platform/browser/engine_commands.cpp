@@ -582,12 +582,9 @@ void Engine::unlink() {
 }
 
 void Engine::insertImage(const std::string& source) {
-  static int counter = 0;
-  const std::string marker = "vellmar-new-image-" + std::to_string(++counter);
-  runBrowserCommand("insertHTML", "<img src=\"" + escapeAttribute(source) + "\" id=\"" + marker + "\">");
-  dom::Element image = dom::Document(document_).getElementById(marker);
-  if (!image) throw ProcedureError(5, "The image was not inserted");
-  image.removeAttribute("id");
+  const val inserted = insertMarkup("<img src=\"" + escapeAttribute(source) + "\">");
+  const dom::Element image(inserted["first"]);
+  if (!image || image.tagName() != "IMG") throw ProcedureError(5, "The image was not inserted");
   // The inserted image is left selected as a whole, so the editor can set its attributes.
   selectControl(image);
 }

@@ -1,25 +1,11 @@
 #include "platform/browser/editor_views.h"
 
-#include <emscripten/bind.h>
-#include <emscripten/em_js.h>
-#include <emscripten/emscripten.h>
-
-#include <unordered_map>
-
 #include "common/diagnostics.h"
 #include "editor/control_state.h"
 #include "editor/properties.h"
 #include "html/cleanup.h"
-#include "http/server_exchange.h"
 #include "platform/browser/engine.h"
 #include "platform/browser/menubar_view.h"
-
-// A DOM listener that hands the event to views `views` as (kind, index).
-using emscripten::EM_VAL;
-
-EM_JS(EM_VAL, vellmar_views_listener, (int views, int kind, int index), {
-  return Emval.toHandle(function() { Module.vellmarViewsEvent(views, kind, index); });
-});
 
 namespace vellmar::browser {
 
@@ -31,40 +17,20 @@ using emscripten::val;
 
 enum Kind { kTabClick = 0, kSourceInput = 1 };
 
-std::unordered_map<int, EditorViews*>& registry() {
-  static std::unordered_map<int, EditorViews*> views;
-  return views;
-}
-
-int nextId() {
-  static int id = 0;
-  return ++id;
-}
-
-void onDomEvent(int views, int kind, int index) {
-  const auto it = registry().find(views);
-  if (it != registry().end()) it->second->handleEvent(kind, index);
-}
-
-val listener(int views, int kind, int index) {
-  return val::take_ownership(vellmar_views_listener(views, kind, index));
-}
-
 }  // namespace
 
 EditorViews::EditorViews(ControlView& view, EditorMenuBar& menuBar)
-    : view_(view), menuBar_(menuBar), source_(view.element(Child::SourceBox)), id_(nextId()) {
-  registry()[id_] = this;
+    : view_(view), menuBar_(menuBar), source_(view.element(Child::SourceBox)) {
   source_.call<void>("setAttribute", std::string("spellcheck"), std::string("false"));
-  source_.call<void>("addEventListener", std::string("input"), listener(id_, kSourceInput, 0));
+  route_.listen(source_, "input", [this](const val&) { handleEvent(kSourceInput, 0); });
   const val tabs = view_.element(Child::ViewTabs).call<val>("querySelectorAll", std::string("[role=tab]"));
   const int count = tabs["length"].as<int>();
   for (int i = 0; i < count; ++i) {
-    tabs[i].call<void>("addEventListener", std::string("click"), listener(id_, kTabClick, i));
+    route_.listen(tabs[i], "click", [this, i](const val&) { handleEvent(kTabClick, i); });
   }
 }
 
-EditorViews::~EditorViews() { registry().erase(id_); }
+EditorViews::~EditorViews() = default;
 
 void EditorViews::attach(Engine& engine) { engine_ = &engine; }
 
@@ -172,6 +138,3 @@ void EditorViews::sourceChanged() {
 
 }  // namespace vellmar::browser
 
-EMSCRIPTEN_BINDINGS(vellmar_views) {
-  emscripten::function("vellmarViewsEvent", &vellmar::browser::onDomEvent);
-}

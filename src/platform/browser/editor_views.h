@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/browser/control_view.h"
+#include "platform/browser/event_route.h"
 
 namespace vellmar::browser {
 
@@ -48,7 +49,7 @@ class EditorViews {
   EditorMenuBar& menuBar_;
   Engine* engine_ = nullptr;
   emscripten::val source_;
-  int id_;
+  EventRoute route_{"EditorViews"};
   // True while the control itself writes the source box.
   bool suppress_ = false;
 };

@@ -1,7 +1,5 @@
 #include "platform/browser/engine.h"
 
-#include <emscripten/em_js.h>
-#include <emscripten/em_macros.h>
 #include <emscripten/val.h>
 
 #include <cmath>
@@ -9,16 +7,6 @@
 
 #include "common/diagnostics.h"
 #include "platform/browser/engine_undo.h"
-
-using JsHandle = emscripten::EM_VAL;
-
-// A browser callback that reports to the engine with that id; the engine may be gone by the time
-// the browser calls, in which case the report is dropped.
-EM_JS(JsHandle, vellmar_engine_listener, (int id, int kind), {
-  return Emval.toHandle(function(event) {
-    return Module["vellmarEngineEvent"](id, kind, event === undefined ? null : event);
-  });
-});
 
 namespace vellmar::browser {
 
@@ -84,10 +72,10 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
     handle.call<void>("setAttribute", std::string("data-handle"), std::string(name));
     handles_.call<void>("appendChild", handle);
   }
-  handles_.call<void>("addEventListener", std::string("pointerdown"), listener(kHandleDown));
-  handles_.call<void>("addEventListener", std::string("pointermove"), listener(kHandleMove));
-  handles_.call<void>("addEventListener", std::string("pointerup"), listener(kHandleUp));
-  handles_.call<void>("addEventListener", std::string("pointercancel"), listener(kHandleUp));
+  listen(handles_, "pointerdown", kHandleDown);
+  listen(handles_, "pointermove", kHandleMove);
+  listen(handles_, "pointerup", kHandleUp);
+  listen(handles_, "pointercancel", kHandleUp);
   overlay_.call<void>("appendChild", handles_);
   container_.call<void>("appendChild", box_);
 
@@ -95,7 +83,7 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
   if (document_.isNull() || document_.isUndefined()) {
     throw ProcedureError(5, "the editing frame has no document (the container is not in the page)");
   }
-  observer_ = val::global("MutationObserver").new_(listener(kMutations));
+  observer_ = val::global("MutationObserver").new_(persistent(kMutations));
   history_ = std::make_unique<UndoHistory>(observer_);
 
   const std::pair<const char*, EventKind> documentEvents[] = {
@@ -104,9 +92,9 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
       {"contextmenu", kContextMenu}, {"selectionchange", kSelectionChange}, {"scroll", kScroll},
   };
   for (const auto& [type, kind] : documentEvents) {
-    document_.call<void>("addEventListener", std::string(type), listener(kind), true);
+    listen(document_, type, kind, true);
   }
-  overlay_.call<void>("addEventListener", std::string("mousedown"), listener(kOverlayDown));
+  listen(overlay_, "mousedown", kOverlayDown);
 
   val sheetType = frame_["contentWindow"]["CSSStyleSheet"];
   visualAidsSheet_ = sheetType.new_();
@@ -122,8 +110,16 @@ Engine::~Engine() {
   if (!parent.isNull()) parent.call<val>("removeChild", box_);
 }
 
-val Engine::listener(int kind) const {
-  return val::take_ownership(vellmar_engine_listener(id_, kind));
+int Engine::listen(const val& target, const char* type, int kind, bool capture) {
+  return route_.listen(target, type, [this, kind](const val& event) { handleEvent(kind, event); }, capture);
+}
+
+val Engine::persistent(int kind) {
+  return route_.function([this, kind](const val& event) { handleEvent(kind, event); });
+}
+
+val Engine::once(int kind) {
+  return route_.callback([this, kind](const val& event) { handleEvent(kind, event); });
 }
 
 // ---- the document ---------------------------------------------------------------------------
@@ -162,7 +158,7 @@ void Engine::loadDocument(const std::string& html) {
   document_.call<val>("replaceChild", imported, document_["documentElement"]);
   attachDocument();
   busy_ = false;
-  val::global("setTimeout")(listener(kDocumentComplete), 0);
+  val::global("setTimeout")(once(kDocumentComplete), 0);
 }
 
 void Engine::attachDocument() {
@@ -284,7 +280,7 @@ void Engine::noteChange(bool content) {
   if (content) contentChanged_ = true;
   if (!microtaskQueued_) {
     microtaskQueued_ = true;
-    val::global("queueMicrotask")(listener(kMicrotask));
+    val::global("queueMicrotask")(once(kMicrotask));
   }
 }
 
@@ -294,7 +290,7 @@ void Engine::fireDisplayChanged() {
   firedThisFrame_ = true;
   if (!frameQueued_) {
     frameQueued_ = true;
-    val::global("requestAnimationFrame")(listener(kFrame));
+    val::global("requestAnimationFrame")(once(kFrame));
   }
   lastSnapshot_ = selectionSnapshot();
   updateHandles();

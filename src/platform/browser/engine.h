@@ -26,6 +26,7 @@
 #include "editing/decmd.h"
 #include "editing/selection.h"
 #include "platform/browser/dom.h"
+#include "platform/browser/event_route.h"
 
 namespace vellmar::editing {
 struct TableEdit;
@@ -157,7 +158,10 @@ class Engine {
   // ---- document and events (engine.cpp)
   void loadDocument(const std::string& html);
   void attachDocument();
-  val listener(int kind) const;
+  // The engine's listeners: for good (removed when the engine goes), or for one call.
+  int listen(const val& target, const char* type, int kind, bool capture = false);
+  val persistent(int kind);
+  val once(int kind);
   void raise(const char* type, int x = 0, int y = 0, int index = -1);
   void noteChange(bool content);
   void fireDisplayChanged();
@@ -228,6 +232,7 @@ class Engine {
 
   int id_;
   Events events_;
+  EventRoute route_{"engineEvent"};
   val container_;
   val box_ = val::undefined();       // the engine's box in the container
   val frame_ = val::undefined();     // the iframe
@@ -279,6 +284,7 @@ class Engine {
   } drag_;
 
   // Context menu.
+  std::vector<int> menuListeners_;  // go with the menu's element
   std::vector<std::string> menuCaptions_;
   std::vector<std::int32_t> menuStates_;
   bool menuRequested_ = false;

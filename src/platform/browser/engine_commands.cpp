@@ -702,7 +702,7 @@ void Engine::paste() {
   if (browserCommand(Decmd::Paste)) return;
   // A page may not paste through the editing command; the clipboard is read instead and its
   // content inserted when it arrives.
-  vellmar_engine_read_clipboard(listener(kPasteDone).as_handle());
+  vellmar_engine_read_clipboard(once(kPasteDone).as_handle());
 }
 
 void Engine::clipboardWrite(bool cut) {
@@ -711,7 +711,7 @@ void Engine::clipboardWrite(bool cut) {
   const val clipboard = val::global("navigator")["clipboard"];
   if (!clipboard.isUndefined()) {
     clipboard.call<val>("writeText", selection.call<val>("toString"))
-        .call<val>("catch", listener(kIgnore));
+        .call<val>("catch", once(kIgnore));
   }
   if (cut) browserCommand(Decmd::Delete);
 }

@@ -59,10 +59,26 @@ int EventRoute::add(Handler handler, bool once) {
   return id;
 }
 
-void EventRoute::listen(const val& target, const std::string& type, Handler handler, bool capture) {
-  val function = val::take_ownership(vellmar_route_function(add(std::move(handler), false)));
+int EventRoute::listen(const val& target, const std::string& type, Handler handler, bool capture) {
+  const int id = add(std::move(handler), false);
+  val function = val::take_ownership(vellmar_route_function(id));
   target.call<void>("addEventListener", type, function, capture);
-  listeners_.push_back(Listener{target, type, function, capture});
+  listeners_.push_back(Listener{id, target, type, function, capture});
+  return id;
+}
+
+void EventRoute::unlisten(int listener) {
+  for (auto it = listeners_.begin(); it != listeners_.end(); ++it) {
+    if (it->id != listener) continue;
+    it->target.call<void>("removeEventListener", it->type, it->function, it->capture);
+    listeners_.erase(it);
+    break;
+  }
+  handlers().erase(listener);
+}
+
+val EventRoute::function(Handler handler) {
+  return val::take_ownership(vellmar_route_function(add(std::move(handler), false)));
 }
 
 val EventRoute::callback(Handler handler) {

@@ -21,14 +21,20 @@ class EventRoute {
   EventRoute(const EventRoute&) = delete;
   EventRoute& operator=(const EventRoute&) = delete;
 
-  // addEventListener(type, ..., capture) on `target`, calling `handler` with the event.
-  void listen(const emscripten::val& target, const std::string& type, Handler handler, bool capture = false);
+  // addEventListener(type, ..., capture) on `target`, calling `handler` with the event. The answer
+  // names the listener for unlisten.
+  int listen(const emscripten::val& target, const std::string& type, Handler handler, bool capture = false);
+  // Removes one listener before the route goes (an element that is thrown away).
+  void unlisten(int listener);
+  // A JavaScript function calling `handler` with its first argument every time (an observer's).
+  emscripten::val function(Handler handler);
   // A JavaScript function calling `handler` once with its first argument (a promise's answer, a
   // timer); later calls do nothing.
   emscripten::val callback(Handler handler);
 
  private:
   struct Listener {
+    int id;
     emscripten::val target;
     std::string type;
     emscripten::val function;

@@ -9,7 +9,9 @@
 
 #include "editor/control.h"
 #include "menubar/menu_bar.h"
+#include "menubar/menu_keys.h"
 #include "menubar/settings_store.h"
+#include "platform/browser/event_route.h"
 
 namespace vellmar::browser {
 
@@ -54,10 +56,11 @@ class MenuBarView final : public menubar::MenuBarObserver {
     std::vector<emscripten::val> items;  // the choosable rows, in order (separators left out)
     std::vector<int> entries;            // popup entry index of each row
     int expanded = -1;                   // row whose submenu is open
+    std::vector<int> listeners;          // removed with the level
   };
   enum class CloseReason { none, escape, other };
 
-  emscripten::val listener(int kind, int index) const;
+  int listen(const emscripten::val& target, const char* type, int kind, int index, bool capture = false);
   void renderButtons();
   std::vector<menubar::MenuId> shownButtons() const;
   void focusButton(menubar::MenuId button);
@@ -72,16 +75,18 @@ class MenuBarView final : public menubar::MenuBarObserver {
 
   void onBarKey(menubar::MenuId button, const emscripten::val& event);
   void onMenuKey(std::size_t level, const emscripten::val& event);
+  // The rows of an open level as the keyboard model sees them.
+  std::vector<menubar::MenuRow> rows(std::size_t level) const;
   void slideBy(int step);
   static void queueTick(void* self);
 
   menubar::mcMenuBar& model_;
+  EventRoute route_{"mcMenuBar_event"};
   emscripten::val bar_;
   emscripten::val root_;
   emscripten::val document_;
   emscripten::val window_;
   std::vector<emscripten::val> buttons_;
-  int id_ = 0;
   menubar::MenuId tabStop_ = 0;
   menubar::Popup popup_;
   std::vector<Level> levels_;
@@ -90,8 +95,6 @@ class MenuBarView final : public menubar::MenuBarObserver {
   bool keyboard_ = false;
   CloseReason closeReason_ = CloseReason::none;
   long queueTimer_ = 0;
-  emscripten::val documentDown_ = emscripten::val::null();
-  emscripten::val windowBlur_ = emscripten::val::null();
 };
 
 // The editor's menu bar in the control: the model, its view in the control's menu bar element,

@@ -168,4 +168,49 @@ constexpr std::string_view decmdName(Decmd id) {
   return {};
 }
 
+// The commands the browser's own editing commands carry out, by the browser's name for them
+// (document.execCommand / queryCommandState). The engine's own commands (tables, find, undo,
+// images, ...) have no row.
+struct BrowserCommandEntry {
+  Decmd id;
+  std::string_view name;
+};
+
+inline constexpr std::array kBrowserCommands{
+    BrowserCommandEntry{Decmd::Bold, "bold"},
+    BrowserCommandEntry{Decmd::Italic, "italic"},
+    BrowserCommandEntry{Decmd::Underline, "underline"},
+    BrowserCommandEntry{Decmd::JustifyLeft, "justifyLeft"},
+    BrowserCommandEntry{Decmd::JustifyCenter, "justifyCenter"},
+    BrowserCommandEntry{Decmd::JustifyRight, "justifyRight"},
+    BrowserCommandEntry{Decmd::OrderList, "insertOrderedList"},
+    BrowserCommandEntry{Decmd::UnorderList, "insertUnorderedList"},
+    BrowserCommandEntry{Decmd::Indent, "indent"},
+    BrowserCommandEntry{Decmd::Outdent, "outdent"},
+    BrowserCommandEntry{Decmd::RemoveFormat, "removeFormat"},
+    BrowserCommandEntry{Decmd::SelectAll, "selectAll"},
+    BrowserCommandEntry{Decmd::Delete, "delete"},
+    BrowserCommandEntry{Decmd::Cut, "cut"},
+    BrowserCommandEntry{Decmd::Copy, "copy"},
+    BrowserCommandEntry{Decmd::Paste, "paste"},
+    BrowserCommandEntry{Decmd::SetBlockFmt, "formatBlock"},
+    BrowserCommandEntry{Decmd::SetFontName, "fontName"},
+    BrowserCommandEntry{Decmd::SetFontSize, "fontSize"},
+    BrowserCommandEntry{Decmd::SetForeColor, "foreColor"},
+    BrowserCommandEntry{Decmd::SetBackColor, "backColor"},
+    BrowserCommandEntry{Decmd::GetBackColor, "backColor"},
+    BrowserCommandEntry{Decmd::Hyperlink, "createLink"},
+    BrowserCommandEntry{Decmd::Unlink, "unlink"},
+};
+
+// The browser's name for the command; empty for the engine's own commands.
+constexpr std::string_view browserCommandName(Decmd id) {
+  for (const auto& entry : kBrowserCommands) {
+    if (entry.id == id) return entry.name;
+  }
+  return {};
+}
+
+constexpr std::int32_t statusNumber(CommandStatus status) { return static_cast<std::int32_t>(status); }
+
 }  // namespace vellmar::editing

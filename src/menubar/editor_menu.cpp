@@ -2,8 +2,11 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 #include "common/diagnostics.h"
+#include "editing/commands.h"
+#include "editing/formats.h"
 
 namespace vellmar::menubar {
 
@@ -11,109 +14,106 @@ namespace {
 
 using editor::PropertySet;
 
+// Rows the menu takes from the editing tables instead of repeating them.
+enum class Expand { none, blockFormats, fonts, sizes };
+
+// A row of the menu as written here; a row with `expand` stands for the rows of a table, all under
+// the same parent. Shortcut texts come from the command registry.
+struct MenuTemplateRow {
+  std::string_view button;
+  std::string_view buttonCaption;
+  std::string_view key;
+  std::string_view caption;
+  std::string_view parentKey;
+  bool separator = false;
+  bool hidden = false;
+  bool checked = false;
+  Expand expand = Expand::none;
+};
+
 // clang-format off
-constexpr EditorMenuRow kMenu[] = {
-  // button  caption   key                     caption                             shortcut            submenu of           sep    hidden checked
-  {"file",   "File",   "openLocal",            "Open Local...",                    "",                 "",                  false, false, false},
-  {"",       "",       "saveToServer",         "Save To Server",                   "",                 "",                  false, false, false},
-  {"",       "",       "saveLocal",            "Save Local",                       "",                 "",                  false, false, false},
-  {"",       "",       "saveLocalAs",          "Save Local As...",                 "",                 "",                  false, false, false},
-  {"",       "",       "recentFilesSeparator", "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "recentFiles1",         "(empty)",                          "",                 "",                  false, true,  false},
-  {"",       "",       "recentFiles2",         "(empty)",                          "",                 "",                  false, true,  false},
-  {"",       "",       "recentFiles3",         "(empty)",                          "",                 "",                  false, true,  false},
-  {"",       "",       "recentFiles4",         "(empty)",                          "",                 "",                  false, true,  false},
-  {"edit",   "Edit",   "undo",                 "Undo",                             "Ctrl+Z",           "",                  false, false, false},
-  {"",       "",       "redo",                 "Redo",                             "Ctrl+Y",           "",                  false, false, false},
-  {"",       "",       "sep3",                 "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "cut",                  "Cut",                              "Ctrl+X",           "",                  false, false, false},
-  {"",       "",       "copy",                 "Copy",                             "Ctrl+C",           "",                  false, false, false},
-  {"",       "",       "paste",                "Paste",                            "Ctrl+V",           "",                  false, false, false},
-  {"",       "",       "pasteUnformatted",     "Paste Unformatted",                "",                 "",                  false, false, false},
-  {"",       "",       "sep4",                 "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "copyHTML",             "Copy HTML",                        "",                 "",                  false, false, false},
-  {"",       "",       "pasteHTML",            "Paste HTML",                       "",                 "",                  false, false, false},
-  {"",       "",       "sep5",                 "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "selectAll",            "Select All",                       "Ctrl+A",           "",                  false, false, false},
-  {"",       "",       "find",                 "Find...",                          "Ctrl+F",           "",                  false, false, false},
-  {"",       "",       "sep7",                 "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "spellCheck",           "Check Spelling",                   "",                 "",                  false, false, false},
-  {"view",   "View",   "wysiwyg",              "WYSIWYG",                          "",                 "",                  false, false, true},
-  {"",       "",       "html",                 "HTML",                             "",                 "",                  false, false, false},
-  {"",       "",       "sep8",                 "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "visualAids",           "Visual Aids",                      "",                 "",                  false, false, false},
-  {"insert", "Insert", "image",                "Image",                            "",                 "",                  false, false, false},
-  {"",       "",       "table",                "Table",                            "",                 "",                  false, false, false},
-  {"",       "",       "horizontalrule",       "Horizontal Rule",                  "",                 "",                  false, false, false},
-  {"",       "",       "sep9",                 "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "link",                 "Link",                             "",                 "",                  false, false, false},
-  {"",       "",       "sep10",                "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "specialCharacters",    "Special Characters",               "",                 "",                  false, false, false},
-  {"",       "",       "lineBreak",            "Line Break",                       "Shift+Return",     "specialCharacters", false, false, false},
-  {"",       "",       "nonBreakingSpace",     "Non-breaking Space",               "Ctrl+Shift+Space", "specialCharacters", false, false, false},
-  {"",       "",       "sep11",                "",                                 "",                 "specialCharacters", true,  false, false},
-  {"",       "",       "otherCharacters",      "Other Characters...",              "",                 "specialCharacters", false, false, false},
-  {"style",  "Style",  "cssClasses",           "CSS Classes",                      "",                 "",                  false, false, false},
-  {"",       "",       "clearStyle",           "Clear Style",                      "",                 "",                  false, false, false},
-  {"",       "",       "removeFormatting",     "Remove Formatting",                "",                 "",                  false, false, false},
-  {"",       "",       "sep12",                "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "Normal",               "Normal",                           "",                 "",                  false, false, false},
-  {"",       "",       "Heading 1",            "Heading 1",                        "",                 "",                  false, false, false},
-  {"",       "",       "Heading 2",            "Heading 2",                        "",                 "",                  false, false, false},
-  {"",       "",       "Heading 3",            "Heading 3",                        "",                 "",                  false, false, false},
-  {"",       "",       "Heading 4",            "Heading 4",                        "",                 "",                  false, false, false},
-  {"",       "",       "Heading 5",            "Heading 5",                        "",                 "",                  false, false, false},
-  {"",       "",       "Heading 6",            "Heading 6",                        "",                 "",                  false, false, false},
-  {"",       "",       "Address",              "Address",                          "",                 "",                  false, false, false},
-  {"",       "",       "Formatted",            "Formatted",                        "",                 "",                  false, false, false},
-  {"",       "",       "sep13",                "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "bold",                 "Bold",                             "",                 "",                  false, false, false},
-  {"",       "",       "italic",               "Italic",                           "",                 "",                  false, false, false},
-  {"",       "",       "underline",            "Underline",                        "",                 "",                  false, false, false},
-  {"format", "Format", "changeLink",           "Change Link...",                   "",                 "",                  false, false, false},
-  {"",       "",       "removeLink",           "Remove Link",                      "",                 "",                  false, false, false},
-  {"",       "",       "sep19",                "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "table",                "Table",                            "",                 "",                  false, false, false},
-  {"",       "",       "sep20",                "",                                 "",                 "table",             true,  false, false},
-  {"",       "",       "mergeCells",           "Merge Cells",                      "",                 "table",             false, false, false},
-  {"",       "",       "splitCells",           "Split Cells",                      "",                 "table",             false, false, false},
-  {"",       "",       "sep21",                "",                                 "",                 "table",             true,  false, false},
-  {"",       "",       "insertRow",            "Insert Row",                       "",                 "table",             false, false, false},
-  {"",       "",       "insertColumn",         "Insert Column",                    "",                 "table",             false, false, false},
-  {"",       "",       "sep22",                "",                                 "",                 "table",             true,  false, false},
-  {"",       "",       "deleteRow",            "Delete Row",                       "",                 "table",             false, false, false},
-  {"",       "",       "deleteColumn",         "Delete Column",                    "",                 "table",             false, false, false},
-  {"",       "",       "sep24",                "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "indent",               "Indent",                           "",                 "",                  false, false, false},
-  {"",       "",       "outdent",              "Outdent",                          "",                 "",                  false, false, false},
-  {"",       "",       "sep25",                "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "alignment",            "Alignment",                        "",                 "",                  false, false, false},
-  {"",       "",       "left",                 "Left",                             "",                 "alignment",         false, false, false},
-  {"",       "",       "center",               "Center",                           "",                 "alignment",         false, false, false},
-  {"",       "",       "right",                "Right",                            "",                 "alignment",         false, false, false},
-  {"",       "",       "list",                 "List",                             "",                 "",                  false, false, false},
-  {"",       "",       "bulletList",           "Bullet List",                      "",                 "list",              false, false, false},
-  {"",       "",       "numberList",           "Number List",                      "",                 "list",              false, false, false},
-  {"",       "",       "font",                 "Font",                             "",                 "",                  false, false, false},
-  {"",       "",       "defaultfont",          "Default",                          "",                 "font",              false, false, true},
-  {"",       "",       "arial",                "Arial, Helvetica, sans-serif",     "",                 "font",              false, false, false},
-  {"",       "",       "times",                "Times New Roman, Times, serif",    "",                 "font",              false, false, false},
-  {"",       "",       "courier",              "Courier New, Courier, mono",       "",                 "font",              false, false, false},
-  {"",       "",       "georgia",              "Georgia, Times New Roman, serif",  "",                 "font",              false, false, false},
-  {"",       "",       "verdana",              "Verdana, Arial, Helvetica, sans-serif", "",            "font",              false, false, false},
-  {"",       "",       "size",                 "Size",                             "",                 "",                  false, false, false},
-  {"",       "",       "fs_default",           "Default",                          "",                 "size",              false, false, false},
-  {"",       "",       "fs_1",                 "1",                                "",                 "size",              false, false, false},
-  {"",       "",       "fs_2",                 "2",                                "",                 "size",              false, false, false},
-  {"",       "",       "fs_3",                 "3",                                "",                 "size",              false, false, false},
-  {"",       "",       "fs_4",                 "4",                                "",                 "size",              false, false, false},
-  {"",       "",       "fs_5",                 "5",                                "",                 "size",              false, false, false},
-  {"",       "",       "fs_6",                 "6",                                "",                 "size",              false, false, false},
-  {"",       "",       "fs_7",                 "7",                                "",                 "size",              false, false, false},
-  {"",       "",       "sep28",                "",                                 "",                 "",                  true,  false, false},
-  {"",       "",       "color",                "Color...",                         "",                 "",                  false, false, false},
-  {"help",   "Help",   "contents",             "Contents...",                      "",                 "",                  false, false, false},
-  {"",       "",       "aboutVellmar",         "About Vellmar",                    "",                 "",                  false, false, false},
+constexpr MenuTemplateRow kMenuTemplate[] = {
+  // button caption  key                     caption                              submenu of           sep    hidden checked / rows made from a table
+  {"file",  "File",  "openLocal",            "Open Local...",                     "",                  false, false, false},
+  {"",      "",      "saveToServer",         "Save To Server",                    "",                  false, false, false},
+  {"",      "",      "saveLocal",            "Save Local",                        "",                  false, false, false},
+  {"",      "",      "saveLocalAs",          "Save Local As...",                  "",                  false, false, false},
+  {"",      "",      "recentFilesSeparator", "",                                  "",                  true,  false, false},
+  {"",      "",      "recentFiles1",         "(empty)",                           "",                  false, true,  false},
+  {"",      "",      "recentFiles2",         "(empty)",                           "",                  false, true,  false},
+  {"",      "",      "recentFiles3",         "(empty)",                           "",                  false, true,  false},
+  {"",      "",      "recentFiles4",         "(empty)",                           "",                  false, true,  false},
+  {"edit",  "Edit",  "undo",                 "Undo",                              "",                  false, false, false},
+  {"",      "",      "redo",                 "Redo",                              "",                  false, false, false},
+  {"",      "",      "sep3",                 "",                                  "",                  true,  false, false},
+  {"",      "",      "cut",                  "Cut",                               "",                  false, false, false},
+  {"",      "",      "copy",                 "Copy",                              "",                  false, false, false},
+  {"",      "",      "paste",                "Paste",                             "",                  false, false, false},
+  {"",      "",      "pasteUnformatted",     "Paste Unformatted",                 "",                  false, false, false},
+  {"",      "",      "sep4",                 "",                                  "",                  true,  false, false},
+  {"",      "",      "copyHTML",             "Copy HTML",                         "",                  false, false, false},
+  {"",      "",      "pasteHTML",            "Paste HTML",                        "",                  false, false, false},
+  {"",      "",      "sep5",                 "",                                  "",                  true,  false, false},
+  {"",      "",      "selectAll",            "Select All",                        "",                  false, false, false},
+  {"",      "",      "find",                 "Find...",                           "",                  false, false, false},
+  {"",      "",      "sep7",                 "",                                  "",                  true,  false, false},
+  {"",      "",      "spellCheck",           "Check Spelling",                    "",                  false, false, false},
+  {"view",  "View",  "wysiwyg",              "WYSIWYG",                           "",                  false, false, true},
+  {"",      "",      "html",                 "HTML",                              "",                  false, false, false},
+  {"",      "",      "sep8",                 "",                                  "",                  true,  false, false},
+  {"",      "",      "visualAids",           "Visual Aids",                       "",                  false, false, false},
+  {"insert", "Insert", "image",                "Image",                             "",                  false, false, false},
+  {"",      "",      "table",                "Table",                             "",                  false, false, false},
+  {"",      "",      "horizontalrule",       "Horizontal Rule",                   "",                  false, false, false},
+  {"",      "",      "sep9",                 "",                                  "",                  true,  false, false},
+  {"",      "",      "link",                 "Link",                              "",                  false, false, false},
+  {"",      "",      "sep10",                "",                                  "",                  true,  false, false},
+  {"",      "",      "specialCharacters",    "Special Characters",                "",                  false, false, false},
+  {"",      "",      "lineBreak",            "Line Break",                        "specialCharacters", false, false, false},
+  {"",      "",      "nonBreakingSpace",     "Non-breaking Space",                "specialCharacters", false, false, false},
+  {"",      "",      "sep11",                "",                                  "specialCharacters", true,  false, false},
+  {"",      "",      "otherCharacters",      "Other Characters...",               "specialCharacters", false, false, false},
+  {"style", "Style", "cssClasses",           "CSS Classes",                       "",                  false, false, false},
+  {"",      "",      "clearStyle",           "Clear Style",                       "",                  false, false, false},
+  {"",      "",      "removeFormatting",     "Remove Formatting",                 "",                  false, false, false},
+  {"",      "",      "sep12",                "",                                  "",                  true,  false, false},
+  {"",      "",      "",                     "",                                  "",                  false, false, false, Expand::blockFormats},
+  {"",      "",      "sep13",                "",                                  "",                  true,  false, false},
+  {"",      "",      "bold",                 "Bold",                              "",                  false, false, false},
+  {"",      "",      "italic",               "Italic",                            "",                  false, false, false},
+  {"",      "",      "underline",            "Underline",                         "",                  false, false, false},
+  {"format", "Format", "changeLink",           "Change Link...",                    "",                  false, false, false},
+  {"",      "",      "removeLink",           "Remove Link",                       "",                  false, false, false},
+  {"",      "",      "sep19",                "",                                  "",                  true,  false, false},
+  {"",      "",      "table",                "Table",                             "",                  false, false, false},
+  {"",      "",      "sep20",                "",                                  "table",             true,  false, false},
+  {"",      "",      "mergeCells",           "Merge Cells",                       "table",             false, false, false},
+  {"",      "",      "splitCells",           "Split Cells",                       "table",             false, false, false},
+  {"",      "",      "sep21",                "",                                  "table",             true,  false, false},
+  {"",      "",      "insertRow",            "Insert Row",                        "table",             false, false, false},
+  {"",      "",      "insertColumn",         "Insert Column",                     "table",             false, false, false},
+  {"",      "",      "sep22",                "",                                  "table",             true,  false, false},
+  {"",      "",      "deleteRow",            "Delete Row",                        "table",             false, false, false},
+  {"",      "",      "deleteColumn",         "Delete Column",                     "table",             false, false, false},
+  {"",      "",      "sep24",                "",                                  "",                  true,  false, false},
+  {"",      "",      "indent",               "Indent",                            "",                  false, false, false},
+  {"",      "",      "outdent",              "Outdent",                           "",                  false, false, false},
+  {"",      "",      "sep25",                "",                                  "",                  true,  false, false},
+  {"",      "",      "alignment",            "Alignment",                         "",                  false, false, false},
+  {"",      "",      "left",                 "Left",                              "alignment",         false, false, false},
+  {"",      "",      "center",               "Center",                            "alignment",         false, false, false},
+  {"",      "",      "right",                "Right",                             "alignment",         false, false, false},
+  {"",      "",      "list",                 "List",                              "",                  false, false, false},
+  {"",      "",      "bulletList",           "Bullet List",                       "list",              false, false, false},
+  {"",      "",      "numberList",           "Number List",                       "list",              false, false, false},
+  {"",      "",      "font",                 "Font",                              "",                  false, false, false},
+  {"",      "",      "",                     "",                                  "font",              false, false, false, Expand::fonts},
+  {"",      "",      "size",                 "Size",                              "",                  false, false, false},
+  {"",      "",      "",                     "",                                  "size",              false, false, false, Expand::sizes},
+  {"",      "",      "sep28",                "",                                  "",                  true,  false, false},
+  {"",      "",      "color",                "Color...",                          "",                  false, false, false},
+  {"help",  "Help",  "contents",             "Contents...",                       "",                  false, false, false},
+  {"",      "",      "aboutVellmar",         "About Vellmar",                     "",                  false, false, false},
 };
 // clang-format on
 
@@ -141,12 +141,14 @@ struct SwitchRule {
   bool counts = true;
   // For a rule under a parent governed by whenChildrenHidden: that parent's key.
   std::string_view parentRule = {};
+  // The rule stands for one rule per block format.
+  bool blockFormats = false;
 };
 
 // The rules of the menu procedures, in the order they are applied. A parent decided by its
 // children comes after them.
 // clang-format off
-const SwitchRule kRules[] = {
+const SwitchRule kRuleTemplate[] = {
   {"file",   "openLocal",         Hide::whenOn,            "DisableOpenLocal"},
   {"file",   "saveToServer",      Hide::whenOnOrTextEmpty, "DisableSaveToServer", {}, &PropertySet::pathToSaveToServer},
   {"file",   "saveLocal",         Hide::whenOn,            "DisableSaveLocal"},
@@ -182,15 +184,8 @@ const SwitchRule kRules[] = {
   {"style",  "cssClasses",        Hide::whenOnOrTextEmpty, "DisableCssStyles", {}, &PropertySet::pathToStyleSheet},
   {"style",  "clearStyle",        Hide::whenOn,            "DisableCssStyles"},
   {"style",  "sep12",             Hide::whenOn,            "DisableCssStyles"},
-  {"style",  "Normal",            Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Heading 1",         Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Heading 2",         Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Heading 3",         Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Heading 4",         Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Heading 5",         Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Heading 6",         Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Address",           Hide::whenOn,            "DisableBlockformat"},
-  {"style",  "Formatted",         Hide::whenOn,            "DisableBlockformat"},
+  // Every block format (the key is filled in from the block-format table).
+  {"style",  "",                  Hide::whenOn,            "DisableBlockformat", {}, nullptr, true, {}, true},
   {"style",  "bold",              Hide::whenOn,            "HideBold"},
   {"style",  "italic",            Hide::whenOn,            "HideItalic"},
   {"style",  "underline",         Hide::whenOn,            "HideUnderline"},
@@ -217,6 +212,64 @@ const SwitchRule kRules[] = {
 };
 // clang-format on
 
+const std::vector<SwitchRule>& switchRules() {
+  static const std::vector<SwitchRule> rules = [] {
+    std::vector<SwitchRule> all;
+    for (const auto& rule : kRuleTemplate) {
+      if (!rule.blockFormats) {
+        all.push_back(rule);
+        continue;
+      }
+      for (const auto& format : editing::kBlockFormatTable) {
+        SwitchRule one = rule;
+        one.key = format.name;
+        one.blockFormats = false;
+        all.push_back(one);
+      }
+    }
+    return all;
+  }();
+  return rules;
+}
+
+const std::vector<EditorMenuRow>& menuRows() {
+  static const std::vector<EditorMenuRow> rows = [] {
+    std::vector<EditorMenuRow> all;
+    const auto add = [&](std::string_view button, std::string_view buttonCaption, std::string_view key,
+                         std::string_view caption, std::string_view parent, bool separator, bool hidden,
+                         bool checked) {
+      all.push_back(EditorMenuRow{button, buttonCaption, key, caption, editing::menuShortcut(key), parent,
+                                  separator, hidden, checked});
+    };
+    for (const auto& row : kMenuTemplate) {
+      switch (row.expand) {
+        case Expand::none:
+          add(row.button, row.buttonCaption, row.key, row.caption, row.parentKey, row.separator, row.hidden,
+              row.checked);
+          break;
+        case Expand::blockFormats:
+          for (const auto& format : editing::kBlockFormatTable) {
+            add({}, {}, format.name, format.name, row.parentKey, false, false, false);
+          }
+          break;
+        case Expand::fonts:
+          // The default font is the one checked until the tracker knows better.
+          for (const auto& font : editing::kFontTable) {
+            add({}, {}, font.key, font.family, row.parentKey, false, false, &font == &editing::kFontTable[0]);
+          }
+          break;
+        case Expand::sizes:
+          for (const auto& size : editing::kSizeTable) {
+            add({}, {}, size.key, size.label, row.parentKey, false, false, false);
+          }
+          break;
+      }
+    }
+    return all;
+  }();
+  return rows;
+}
+
 bool emptyAfterTrimming(const std::string& text) {
   return text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
@@ -233,7 +286,7 @@ bool ruleHides(const SwitchRule& rule, const PropertySet& properties) {
     case Hide::whenTextEmptyOrNonZero:
       return (properties.*rule.text)().empty() || properties.switchValue(rule.switchName) != 0;
     case Hide::whenChildrenHidden:
-      for (const auto& child : kRules) {
+      for (const auto& child : switchRules()) {
         if (child.button == rule.button && child.parentRule == rule.key &&
             !ruleHides(child, properties)) {
           return false;
@@ -247,7 +300,7 @@ bool ruleHides(const SwitchRule& rule, const PropertySet& properties) {
 // Applies the rules of one menu; true when a counting rule left its item shown.
 bool applyRules(mcMenuBar& bar, const PropertySet& properties, std::string_view button) {
   bool anyShown = false;
-  for (const auto& rule : kRules) {
+  for (const auto& rule : switchRules()) {
     if (rule.button != button) continue;
     const bool hidden = ruleHides(rule, properties);
     if (hidden || rule.hide != Hide::onlyWhenOn) bar.setVisibleMenuItem(button, rule.key, !hidden);
@@ -265,11 +318,18 @@ bool itemShown(const mcMenuBar& bar, std::string_view button, std::string_view k
 
 }  // namespace
 
-std::span<const EditorMenuRow> editorMenuTable() { return kMenu; }
+std::span<const EditorMenuRow> editorMenuTable() { return menuRows(); }
+
+std::string_view menuCaption(std::string_view key) {
+  for (const auto& row : menuRows()) {
+    if (row.key == key) return row.caption;
+  }
+  return {};
+}
 
 void buildEditorMenu(mcMenuBar& bar) {
   MenuId button = -1;
-  for (const auto& row : kMenu) {
+  for (const auto& row : menuRows()) {
     if (!row.button.empty()) {
       button = bar.AddMenuButton(std::string(row.buttonCaption), std::string(row.button));
     }
@@ -322,7 +382,7 @@ bool applyMenuSwitches(mcMenuBar& bar, const PropertySet& properties, SettingsSt
   // menu's items back as built, so that applying the switches again after they changed ends where
   // a first application with the new values would. The recent files keep what they show.
   MenuId button = -1;
-  for (const auto& row : kMenu) {
+  for (const auto& row : menuRows()) {
     if (!row.button.empty()) button = bar.getMBbuttonIDbyName(row.button);
     if (row.hidden) continue;
     const MenuId item = bar.getMBitemIDbyName(button, row.key);

@@ -25,8 +25,11 @@ struct EditorMenuRow {
   bool checked = false;
 };
 
-// Every button and item of the editor's menu, in order.
+// Every button and item of the editor's menu, in order. The block formats, fonts and sizes are
+// the editing tables' entries; the shortcut texts are the command registry's.
 std::span<const EditorMenuRow> editorMenuTable();
+// The caption of the first item with that key ("" when there is none).
+std::string_view menuCaption(std::string_view key);
 
 // The button names, in the order the switches are applied.
 inline constexpr std::string_view kFileMenu = "file";

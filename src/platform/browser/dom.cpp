@@ -548,11 +548,13 @@ void ControlRange::scrollIntoView(bool alignToTop) const {
 
 // ---- SelectionObject ------------------------------------------------------------------------
 
-std::string SelectionObject::type() const {
-  if (controlSelection(document_)) return "Control";
+std::string SelectionObject::type() const { return std::string(editing::selectionTypeName(kind())); }
+
+editing::SelectionType SelectionObject::kind() const {
+  if (controlSelection(document_)) return editing::SelectionType::Control;
   val selection = document_.call<val>("getSelection");
-  if (selection.isNull() || selection["rangeCount"].as<int>() == 0) return "None";
-  return selection["isCollapsed"].as<bool>() ? "None" : "Text";
+  if (selection.isNull() || selection["rangeCount"].as<int>() == 0) return editing::SelectionType::None;
+  return selection["isCollapsed"].as<bool>() ? editing::SelectionType::None : editing::SelectionType::Text;
 }
 
 TextRange SelectionObject::createRange() const {

@@ -17,6 +17,8 @@
 #include <string_view>
 #include <vector>
 
+#include "editing/selection.h"
+
 namespace vellmar::browser::dom {
 
 using emscripten::val;
@@ -194,6 +196,7 @@ class SelectionObject {
  public:
   explicit SelectionObject(val document) : document_(std::move(document)) {}
   std::string type() const;
+  editing::SelectionType kind() const;
   // The selection as a text range (a caret is a collapsed range). For a control selection, the
   // range around the element.
   TextRange createRange() const;

@@ -1,26 +1,12 @@
 #include "platform/browser/editor_views.h"
 
-#include <emscripten/bind.h>
-#include <emscripten/em_js.h>
-#include <emscripten/emscripten.h>
-
-#include <unordered_map>
-
 #include "common/diagnostics.h"
 #include "editor/control_state.h"
 #include "editor/properties.h"
 #include "html/cleanup.h"
 #include "html/splice.h"
-#include "http/server_exchange.h"
 #include "platform/browser/engine.h"
 #include "platform/browser/menubar_view.h"
-
-// A DOM listener that hands the event to views `views` as (kind, index).
-using emscripten::EM_VAL;
-
-EM_JS(EM_VAL, vellmar_views_listener, (int views, int kind, int index), {
-  return Emval.toHandle(function() { Module.vellmarViewsEvent(views, kind, index); });
-});
 
 namespace vellmar::browser {
 
@@ -32,44 +18,23 @@ using emscripten::val;
 
 enum Kind { kTabClick = 0, kSourceInput = 1 };
 
-std::unordered_map<int, EditorViews*>& registry() {
-  static std::unordered_map<int, EditorViews*> views;
-  return views;
-}
-
-int nextId() {
-  static int id = 0;
-  return ++id;
-}
-
-void onDomEvent(int views, int kind, int index) {
-  const auto it = registry().find(views);
-  if (it != registry().end()) it->second->handleEvent(kind, index);
-}
-
-val listener(int views, int kind, int index) {
-  return val::take_ownership(vellmar_views_listener(views, kind, index));
-}
-
 }  // namespace
 
 EditorViews::EditorViews(ControlView& view, EditorMenuBar& menuBar, editor::ControlState& state)
-    : view_(view), menuBar_(menuBar), state_(state), source_(view.element(Child::SourceBox)), id_(nextId()) {
-  registry()[id_] = this;
+    : view_(view), menuBar_(menuBar), state_(state), source_(view.element(Child::SourceBox)) {
   source_.call<void>("setAttribute", std::string("spellcheck"), std::string("false"));
-  source_.call<void>("addEventListener", std::string("input"), listener(id_, kSourceInput, 0));
+  route_.listen(source_, "input", [this](const val&) { handleEvent(kSourceInput, 0); });
   const val tabs = view_.element(Child::ViewTabs).call<val>("querySelectorAll", std::string("[role=tab]"));
   const int count = tabs["length"].as<int>();
   for (int i = 0; i < count; ++i) {
-    tabs[i].call<void>("addEventListener", std::string("click"), listener(id_, kTabClick, i));
+    route_.listen(tabs[i], "click", [this, i](const val&) { handleEvent(kTabClick, i); });
   }
 }
 
-EditorViews::~EditorViews() { registry().erase(id_); }
+EditorViews::~EditorViews() = default;
 
 void EditorViews::attach(Engine& engine) {
   engine_ = &engine;
-  engine.events().DisplayChanged = [this] { displayChanged(); };
   if (pending_) {
     const std::string document = std::move(*pending_);
     pending_.reset();
@@ -194,25 +159,5 @@ void EditorViews::sourceChanged() {
   engine_->DOM().body().setInnerHTML(source_["value"].as<std::string>());
 }
 
-void EditorViews::displayChanged() {
-  guarded("DHTMLSafe1_DisplayChanged", [&] {
-    if (!engine_) return;
-    auto& props = editor::PropertySet::shared();
-    const dom::Document doc = engine_->DOM();
-    if (!props.pathToStyleSheet().empty() && doc.styleSheetsLength() == 0) {
-      // The engine's document has no address of its own on the editor's server, so the sheet is
-      // addressed there in full.
-      std::string url = "http://" + props.domain();
-      if (const auto port = http::convertPort(props.port())) url += ":" + std::to_string(*port);
-      std::string path = http::exchangePath(props.documentRoot(), props.pathToStyleSheet());
-      if (path.empty() || path.front() != '/') path.insert(0, 1, '/');
-      doc.createStyleSheet(url + path);
-    }
-  });
-}
-
 }  // namespace vellmar::browser
 
-EMSCRIPTEN_BINDINGS(vellmar_views) {
-  emscripten::function("vellmarViewsEvent", &vellmar::browser::onDomEvent);
-}

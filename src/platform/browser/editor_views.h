@@ -9,6 +9,7 @@
 
 #include "editor/control_state.h"
 #include "platform/browser/control_view.h"
+#include "platform/browser/event_route.h"
 
 namespace vellmar::browser {
 
@@ -46,7 +47,6 @@ class EditorViews {
 
  private:
   void sourceChanged();
-  void displayChanged();
   void setAllMenuItemsGrayed(bool grayed);
   void selectTab(int index);
 
@@ -57,7 +57,7 @@ class EditorViews {
   // A document loaded before the engine existed.
   std::optional<std::string> pending_;
   emscripten::val source_;
-  int id_;
+  EventRoute route_{"EditorViews"};
   // True while the control itself writes the source box.
   bool suppress_ = false;
 };

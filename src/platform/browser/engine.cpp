@@ -1,7 +1,5 @@
 #include "platform/browser/engine.h"
 
-#include <emscripten/em_js.h>
-#include <emscripten/em_macros.h>
 #include <emscripten/val.h>
 
 #include <algorithm>
@@ -10,16 +8,6 @@
 
 #include "common/diagnostics.h"
 #include "platform/browser/engine_undo.h"
-
-using JsHandle = emscripten::EM_VAL;
-
-// A browser callback that reports to the engine with that id; the engine may be gone by the time
-// the browser calls, in which case the report is dropped.
-EM_JS(JsHandle, vellmar_engine_listener, (int id, int kind), {
-  return Emval.toHandle(function(event) {
-    return Module["vellmarEngineEvent"](id, kind, event === undefined ? null : event);
-  });
-});
 
 namespace vellmar::browser {
 
@@ -94,10 +82,10 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
     handle.call<void>("setAttribute", std::string("data-handle"), std::string(name));
     handles_.call<void>("appendChild", handle);
   }
-  handles_.call<void>("addEventListener", std::string("pointerdown"), listener(kHandleDown));
-  handles_.call<void>("addEventListener", std::string("pointermove"), listener(kHandleMove));
-  handles_.call<void>("addEventListener", std::string("pointerup"), listener(kHandleUp));
-  handles_.call<void>("addEventListener", std::string("pointercancel"), listener(kHandleUp));
+  listen(handles_, "pointerdown", kHandleDown);
+  listen(handles_, "pointermove", kHandleMove);
+  listen(handles_, "pointerup", kHandleUp);
+  listen(handles_, "pointercancel", kHandleUp);
   overlay_.call<void>("appendChild", handles_);
   container_.call<void>("appendChild", box_);
 
@@ -105,9 +93,9 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
   if (document_.isNull() || document_.isUndefined()) {
     throw ProcedureError(5, "the editing frame has no document (the container is not in the page)");
   }
-  observer_ = val::global("MutationObserver").new_(listener(kMutations));
+  observer_ = val::global("MutationObserver").new_(persistent(kMutations));
   history_ = std::make_unique<UndoHistory>(observer_);
-  overlay_.call<void>("addEventListener", std::string("mousedown"), listener(kOverlayDown));
+  listen(overlay_, "mousedown", kOverlayDown);
   listenToDocument();
   loadDocument("<html><head></head><body></body></html>");
 }
@@ -119,7 +107,7 @@ void Engine::listenToDocument() {
       {"contextmenu", kContextMenu}, {"selectionchange", kSelectionChange}, {"scroll", kScroll},
   };
   for (const auto& [type, kind] : documentEvents) {
-    document_.call<void>("addEventListener", std::string(type), listener(kind), true);
+    listen(document_, type, kind, true);
   }
   // A constructed sheet can only be adopted by documents of the window that made it.
   val sheetType = frame_["contentWindow"]["CSSStyleSheet"];
@@ -138,7 +126,7 @@ bool Engine::reattach() {
   val moved = dom::call(document_, "adoptNode", old["documentElement"]);
   dom::call(document_, "replaceChild", moved, document_["documentElement"]);
   attachDocument(true);
-  val::global("setTimeout")(listener(kDocumentComplete), 0);
+  val::global("setTimeout")(once(kDocumentComplete), 0);
   return true;
 }
 
@@ -163,8 +151,16 @@ Engine::~Engine() {
   if (!parent.isNull()) parent.call<val>("removeChild", box_);
 }
 
-val Engine::listener(int kind) const {
-  return val::take_ownership(vellmar_engine_listener(id_, kind));
+int Engine::listen(const val& target, const char* type, int kind, bool capture) {
+  return route_.listen(target, type, [this, kind](const val& event) { handleEvent(kind, event); }, capture);
+}
+
+val Engine::persistent(int kind) {
+  return route_.function([this, kind](const val& event) { handleEvent(kind, event); });
+}
+
+val Engine::once(int kind) {
+  return route_.callback([this, kind](const val& event) { handleEvent(kind, event); });
 }
 
 // ---- the document ---------------------------------------------------------------------------
@@ -203,7 +199,7 @@ void Engine::loadDocument(const std::string& html) {
   document_.call<val>("replaceChild", imported, document_["documentElement"]);
   attachDocument();
   busy_ = false;
-  val::global("setTimeout")(listener(kDocumentComplete), 0);
+  val::global("setTimeout")(once(kDocumentComplete), 0);
 }
 
 void Engine::attachDocument(bool keepHistory) {
@@ -252,6 +248,8 @@ void Engine::setVisualAids(bool on) {
 }
 
 void Engine::focus() { frame_["contentWindow"].call<void>("focus"); }
+
+void Engine::beginChange() { history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot()); }
 
 // ---- events ---------------------------------------------------------------------------------
 
@@ -320,7 +318,7 @@ void Engine::noteChange(bool content) {
   if (content) contentChanged_ = true;
   if (!microtaskQueued_) {
     microtaskQueued_ = true;
-    val::global("queueMicrotask")(listener(kMicrotask));
+    val::global("queueMicrotask")(once(kMicrotask));
   }
 }
 
@@ -330,7 +328,7 @@ void Engine::fireDisplayChanged() {
   firedThisFrame_ = true;
   if (!frameQueued_) {
     frameQueued_ = true;
-    val::global("requestAnimationFrame")(listener(kFrame));
+    val::global("requestAnimationFrame")(once(kFrame));
   }
   lastSnapshot_ = selectionSnapshot();
   updateHandles();
@@ -425,9 +423,9 @@ void Engine::handleEvent(int kind, const val& event) {
       history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
       const val html = event["html"];
       if (html.isString() && !html.as<std::string>().empty()) {
-        browserCommand("insertHTML", html.as<std::string>());
+        runBrowserCommand("insertHTML", html.as<std::string>());
       } else if (event["text"].isString()) {
-        browserCommand("insertText", event["text"].as<std::string>());
+        runBrowserCommand("insertText", event["text"].as<std::string>());
       }
       noteChange(true);
       break;
@@ -440,22 +438,13 @@ void Engine::handleEvent(int kind, const val& event) {
 void Engine::onKeyDown(const val& event) {
   hideMenu();
   const std::string key = event["key"].isString() ? event["key"].as<std::string>() : std::string();
-  const bool ctrl = event["ctrlKey"].as<bool>() || event["metaKey"].as<bool>();
-  const bool shift = event["shiftKey"].as<bool>();
-  if (ctrl && !event["altKey"].as<bool>()) {
-    const std::string k = upper(key);
-    // The browser's own history would undo only what it saw itself; every undo goes through ours.
-    if (k == "Z" || k == "Y") {
+  if (events_.ShortcutKey && !event["isComposing"].as<bool>()) {
+    const editing::KeyChord chord{key, event["ctrlKey"].as<bool>() || event["metaKey"].as<bool>(),
+                                  event["shiftKey"].as<bool>(), event["altKey"].as<bool>()};
+    bool handled = false;
+    guarded("ShortcutKey", [&] { handled = events_.ShortcutKey(chord); });
+    if (handled) {
       event.call<void>("preventDefault");
-      guarded(k == "Z" && !shift ? "undo" : "redo", [&] {
-        const auto id = (k == "Z" && !shift) ? editing::Decmd::Undo : editing::Decmd::Redo;
-        if (QueryStatus(editing::decmdNumber(id)) == 3) ExecCommand(editing::decmdNumber(id));
-      });
-      return;
-    }
-    if (k == "F") {
-      event.call<void>("preventDefault");
-      openFind();
       return;
     }
   }
@@ -504,7 +493,7 @@ void Engine::startParagraphAtCaret() {
        node = node["parentNode"]) {
     if (holdsText(tagOf(node))) return;
   }
-  browserCommand("formatBlock", "<p>");
+  browserCommand(editing::Decmd::SetBlockFmt, "<p>");
 }
 
 void Engine::onMouseDown(const val& event) {

@@ -22,8 +22,15 @@
 #include <variant>
 #include <vector>
 
+#include "editing/commands.h"
 #include "editing/decmd.h"
+#include "editing/selection.h"
 #include "platform/browser/dom.h"
+#include "platform/browser/event_route.h"
+
+namespace vellmar::editing {
+struct TableEdit;
+}
 
 namespace vellmar::browser {
 
@@ -57,6 +64,9 @@ class Engine {
     std::function<void(int index)> ContextMenuAction;
     std::function<void()> onclick;
     std::function<void()> ondblclick;
+    // A key press in the document that may be a shortcut; true when the editor ran one, and the
+    // browser's own handling of the key is then suppressed.
+    std::function<bool(const editing::KeyChord& chord)> ShortcutKey;
   };
 
   // Builds the engine's box (the frame and its overlays) inside `container`.
@@ -101,6 +111,15 @@ class Engine {
   bool visualAids() const { return visualAids_; }
   void setVisualAids(bool on);
 
+  // Puts markup in place of the selection (a selected element included), as the old engine's
+  // pasteHTML did: a paragraph it lands in is split around any block elements in it, and the
+  // caret ends after it. Answers {first, last}: the first and last node inserted.
+  val insertMarkup(const std::string& html);
+
+  // Closes the current undo step: what the editor changes next is a step of its own. The engine's
+  // commands do this themselves; the editor calls it before changing the document directly.
+  void beginChange();
+
   void focus();
   // The engine's box inside the container, for the control to place, show and hide.
   const val& box() const { return box_; }
@@ -129,7 +148,7 @@ class Engine {
   // the selection.
   struct Context {
     bool editable = false;  // there is a selection inside the body
-    std::string type = "None";
+    editing::SelectionType type = editing::SelectionType::None;
     val range = val::null();
     dom::Element control;
     dom::Element start;  // the element at the start of the selection (for a control, the control)
@@ -142,7 +161,7 @@ class Engine {
     bool bold = false, italic = false, underline = false;
     std::string align;
   };
-  struct TableGrid;
+  struct DomTable;
 
   // ---- document and events (engine.cpp)
   void loadDocument(const std::string& html);
@@ -151,7 +170,10 @@ class Engine {
   void attachDocument(bool keepHistory = false);
   void applyEditable();
   void listenToDocument();
-  val listener(int kind) const;
+  // The engine's listeners: for good (removed when the engine goes), or for one call.
+  int listen(const val& target, const char* type, int kind, bool capture = false);
+  val persistent(int kind);
+  val once(int kind);
   void raise(const char* type, int x = 0, int y = 0, int index = -1);
   void noteChange(bool content);
   void fireDisplayChanged();
@@ -174,8 +196,10 @@ class Engine {
   const Context& context();
   std::int32_t status(editing::Decmd id);
   std::string execute(editing::Decmd id, const CommandValue& value);
-  bool browserCommand(const char* name, const std::string& value = std::string());
-  std::int32_t toggleStatus(const char* browserName, editing::Decmd id);
+  // The browser's own command for `id` (see editing::kBrowserCommands), or one by the browser's name.
+  bool browserCommand(editing::Decmd id, const std::string& value = std::string());
+  bool runBrowserCommand(const std::string& name, const std::string& value = std::string());
+  std::int32_t toggleStatus(editing::Decmd id);
   bool caretState(editing::Decmd id);
   std::string blockFormatName() const;
   std::string fontName() const;
@@ -189,8 +213,13 @@ class Engine {
 
   // ---- tables (engine_tables.cpp)
   dom::Element caretCell() const;
-  std::vector<dom::Element> touchedCells(const dom::Element& table) const;
+  DomTable readTable(const dom::Element& table) const;
+  int cellNumber(const DomTable& table, const dom::Element& cell) const;
+  void applyTableEdit(DomTable& table, const editing::TableEdit& edit);
+  static void writeSpan(const val& cell, const char* attribute, int span);
+  std::vector<int> touchedCells(const DomTable& table);
   bool canMergeCells();
+  bool canSplitCell();
   void insertTable(const InsertTableParam& param);
   void insertRow();
   void insertColumn();
@@ -216,6 +245,7 @@ class Engine {
 
   int id_;
   Events events_;
+  EventRoute route_{"engineEvent"};
   val container_;
   val box_ = val::undefined();       // the engine's box in the container
   val frame_ = val::undefined();     // the iframe
@@ -268,6 +298,7 @@ class Engine {
   } drag_;
 
   // Context menu.
+  std::vector<int> menuListeners_;  // go with the menu's element
   std::vector<std::string> menuCaptions_;
   std::vector<std::int32_t> menuStates_;
   bool menuRequested_ = false;

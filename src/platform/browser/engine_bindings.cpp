@@ -32,12 +32,6 @@ namespace vellmar::browser {
 
 namespace {
 
-void engineEvent(int id, int kind, val event) {
-  if (Engine* engine = engineById(id)) {
-    guarded("engineEvent", [&] { engine->handleEvent(kind, event); });
-  }
-}
-
 CommandValue commandValue(const val& value) {
   if (value.isString()) return value.as<std::string>();
   if (value.isNumber()) return value.as<double>();
@@ -169,7 +163,6 @@ void Engine::exposeTo(val element) { element.set("vellmarEngine", val(EngineSurf
 
 EMSCRIPTEN_BINDINGS(vellmar_engine) {
   using vellmar::browser::EngineSurface;
-  emscripten::function("vellmarEngineEvent", &vellmar::browser::engineEvent);
   emscripten::function("decmdTable", &vellmar::browser::decmdTable);
   emscripten::class_<EngineSurface>("VellmarEngine")
       .function("execCommand", &EngineSurface::execCommand)

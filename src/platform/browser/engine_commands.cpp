@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "common/diagnostics.h"
+#include "editing/formats.h"
 #include "platform/browser/engine.h"
 #include "platform/browser/engine_undo.h"
 
@@ -40,20 +41,16 @@ EM_JS(void, vellmar_engine_read_clipboard, (JsHandle done), {
 namespace vellmar::browser {
 
 using editing::Decmd;
+using editing::SelectionType;
 
 namespace {
 
 
-constexpr int kStatusNotSupported = 0;
-constexpr int kStatusDisabled = 1;
-constexpr int kStatusEnabled = 3;
-constexpr int kStatusLatched = 7;
-constexpr int kStatusNinched = 11;
-
-std::string upper(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return text;
-}
+constexpr std::int32_t kStatusNotSupported = editing::statusNumber(editing::CommandStatus::NotSupported);
+constexpr std::int32_t kStatusDisabled = editing::statusNumber(editing::CommandStatus::Disabled);
+constexpr std::int32_t kStatusEnabled = editing::statusNumber(editing::CommandStatus::Enabled);
+constexpr std::int32_t kStatusLatched = editing::statusNumber(editing::CommandStatus::Latched);
+constexpr std::int32_t kStatusNinched = editing::statusNumber(editing::CommandStatus::Ninched);
 
 std::string trim(const std::string& text) {
   const auto begin = text.find_first_not_of(" \t\r\n");
@@ -77,21 +74,28 @@ std::string escapeAttribute(const std::string& text) {
   return out;
 }
 
-// The block formats by the names the editor passes (and the engine reports), with their elements.
-struct BlockFormat {
+// Names the old engine gave blocks it could report but not set.
+struct ReportedBlock {
   const char* name;
   const char* tag;
 };
-constexpr BlockFormat kBlockFormats[] = {
-    {"Normal", "P"},         {"Heading 1", "H1"}, {"Heading 2", "H2"}, {"Heading 3", "H3"},
-    {"Heading 4", "H4"},     {"Heading 5", "H5"}, {"Heading 6", "H6"}, {"Address", "ADDRESS"},
-    {"Formatted", "PRE"},
-};
-
-// Names the old engine gave blocks it could report but not set.
-constexpr BlockFormat kReportedOnly[] = {
+constexpr ReportedBlock kReportedOnly[] = {
     {"Normal (DIV)", "DIV"}, {"Definition Term", "DT"}, {"Definition", "DD"},
 };
+
+std::string escapeText(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      default: out += c;
+    }
+  }
+  return out;
+}
 
 std::string textValue(const CommandValue& value) {
   if (const auto* text = std::get_if<std::string>(&value)) return *text;
@@ -107,18 +111,7 @@ std::string textValue(const CommandValue& value) {
   return {};
 }
 
-// "rgb(255, 128, 0)" as "#FF8000"; anything else unchanged.
-std::string colourText(const std::string& css) {
-  int r = 0, g = 0, b = 0;
-  if (std::sscanf(css.c_str(), "rgb(%d, %d, %d)", &r, &g, &b) == 3 ||
-      std::sscanf(css.c_str(), "rgba(%d, %d, %d", &r, &g, &b) == 3) {
-    char buffer[8];
-    std::snprintf(buffer, sizeof buffer, "#%02X%02X%02X", r & 0xFF, g & 0xFF, b & 0xFF);
-    return buffer;
-  }
-  if (!css.empty() && css[0] == '#') return upper(css);
-  return css;
-}
+std::string colourText(const std::string& css) { return editing::colourTextFromCss(css); }
 
 // The first family of a font list, without quotes: "'Times New Roman', serif" gives
 // "Times New Roman".
@@ -141,7 +134,7 @@ const Engine::Context& Engine::context() {
   const dom::Document document(document_);
   const dom::Element body = document.body();
   const dom::SelectionObject selection = document.selection();
-  context->type = selection.type();
+  context->type = selection.kind();
   val native = document_.call<val>("getSelection");
   if (body && !native.isNull() && native["rangeCount"].as<int>() > 0) {
     context->range = native.call<val>("getRangeAt", 0);
@@ -149,7 +142,7 @@ const Engine::Context& Engine::context() {
     context->editable = body.js().call<bool>("contains", container);
   }
   if (context->editable) {
-    if (context->type == "Control") {
+    if (context->type == SelectionType::Control) {
       context->control = selection.createControlRange().item(0);
       context->start = context->control;
     } else {
@@ -158,7 +151,7 @@ const Engine::Context& Engine::context() {
       context->start = caret.parentElement();
     }
     // One walk up to the body finds both the cell and the link.
-    for (dom::Element e = context->type == "Control" ? context->start.parentElement() : context->start;
+    for (dom::Element e = context->type == SelectionType::Control ? context->start.parentElement() : context->start;
          e && !(e == body); e = e.parentElement()) {
       const std::string tag = e.tagName();
       if (!context->cell && (tag == "TD" || tag == "TH")) context->cell = e;
@@ -166,7 +159,7 @@ const Engine::Context& Engine::context() {
       if (context->list.empty() && (tag == "OL" || tag == "UL")) context->list = tag;
     }
   }
-  if (context->type == "None" && !typingStyleAt_.isNull()) {
+  if (context->type == SelectionType::None && !typingStyleAt_.isNull()) {
     context->typingStyle = sameSelection(selectionSnapshot(), typingStyleAt_);
   }
   context_ = std::move(context);
@@ -174,8 +167,12 @@ const Engine::Context& Engine::context() {
   return *context_;
 }
 
-bool Engine::browserCommand(const char* name, const std::string& value) {
-  const bool done = dom::call(document_, "execCommand", std::string(name), false, value).as<bool>();
+bool Engine::browserCommand(Decmd id, const std::string& value) {
+  return runBrowserCommand(std::string(editing::browserCommandName(id)), value);
+}
+
+bool Engine::runBrowserCommand(const std::string& name, const std::string& value) {
+  const bool done = dom::call(document_, "execCommand", name, false, value).as<bool>();
   dom::noteChange();
   return done;
 }
@@ -214,20 +211,21 @@ bool Engine::caretState(Decmd id) {
   }
 }
 
-std::int32_t Engine::toggleStatus(const char* browserName, Decmd id) {
+std::int32_t Engine::toggleStatus(Decmd id) {
+  const std::string browserName(editing::browserCommandName(id));
   const Context& ctx = context();
   if (!ctx.editable) return kStatusDisabled;
   const bool characterStyle = id == Decmd::Bold || id == Decmd::Italic || id == Decmd::Underline;
-  if (characterStyle && ctx.type == "Control") return kStatusDisabled;
+  if (characterStyle && ctx.type == SelectionType::Control) return kStatusDisabled;
   // At a caret the state is read from the computed style where the caret stands: asking the
   // browser costs a layout per question, several times the whole display change on a long
   // document. Only right after a style command at this very caret (the browser then holds a
   // style for the next typed character that no element shows yet) is the browser asked.
-  if (ctx.type == "None" && !(characterStyle && ctx.typingStyle)) {
+  if (ctx.type == SelectionType::None && !(characterStyle && ctx.typingStyle)) {
     return caretState(id) ? kStatusLatched : kStatusEnabled;
   }
-  if (document_.call<bool>("queryCommandState", std::string(browserName))) return kStatusLatched;
-  if (!characterStyle || ctx.type != "Text") return kStatusEnabled;
+  if (document_.call<bool>("queryCommandState", browserName)) return kStatusLatched;
+  if (!characterStyle || ctx.type != SelectionType::Text) return kStatusEnabled;
   // Not the whole selection has the style: if some of its text has, the state is mixed.
   const val view = document_["defaultView"];
   const val body = document_["body"];
@@ -278,16 +276,17 @@ std::int32_t Engine::QueryStatus(std::int32_t command) {
 
 std::int32_t Engine::status(Decmd id) {
   const Context& ctx = context();
-  const bool text = ctx.editable && ctx.type != "Control";
+  const bool text = ctx.editable && ctx.type != SelectionType::Control;
   switch (id) {
-    case Decmd::Bold: return toggleStatus("bold", id);
-    case Decmd::Italic: return toggleStatus("italic", id);
-    case Decmd::Underline: return toggleStatus("underline", id);
-    case Decmd::JustifyLeft: return toggleStatus("justifyLeft", id);
-    case Decmd::JustifyCenter: return toggleStatus("justifyCenter", id);
-    case Decmd::JustifyRight: return toggleStatus("justifyRight", id);
-    case Decmd::OrderList: return toggleStatus("insertOrderedList", id);
-    case Decmd::UnorderList: return toggleStatus("insertUnorderedList", id);
+    case Decmd::Bold:
+    case Decmd::Italic:
+    case Decmd::Underline:
+    case Decmd::JustifyLeft:
+    case Decmd::JustifyCenter:
+    case Decmd::JustifyRight:
+    case Decmd::OrderList:
+    case Decmd::UnorderList:
+      return toggleStatus(id);
     case Decmd::Indent:
     case Decmd::Outdent:
     case Decmd::Paste:
@@ -298,7 +297,7 @@ std::int32_t Engine::status(Decmd id) {
     case Decmd::Cut:
     case Decmd::Copy:
     case Decmd::Delete:
-      return ctx.editable && ctx.type != "None" ? kStatusEnabled : kStatusDisabled;
+      return ctx.editable && ctx.type != SelectionType::None ? kStatusEnabled : kStatusDisabled;
     case Decmd::SelectAll:
     case Decmd::FindText:
       return document_["body"].isNull() ? kStatusDisabled : kStatusEnabled;
@@ -307,7 +306,7 @@ std::int32_t Engine::status(Decmd id) {
     case Decmd::Unlink: {
       if (!ctx.editable) return kStatusDisabled;
       if (ctx.link) return kStatusEnabled;
-      if (ctx.type == "None") return kStatusDisabled;
+      if (ctx.type == SelectionType::None) return kStatusDisabled;
       // A selection that takes in any link can be unlinked.
       const val links = document_["links"];
       for (int i = 0, n = links["length"].as<int>(); i < n; ++i) {
@@ -334,8 +333,7 @@ std::int32_t Engine::status(Decmd id) {
     case Decmd::DeleteCols:
       return ctx.cell ? kStatusEnabled : kStatusDisabled;
     case Decmd::MergeCells: return canMergeCells() ? kStatusEnabled : kStatusDisabled;
-    case Decmd::SplitCell:
-      return ctx.cell && ctx.cell.colSpan() > 1 ? kStatusEnabled : kStatusDisabled;
+    case Decmd::SplitCell: return canSplitCell() ? kStatusEnabled : kStatusDisabled;
     default:
       return kStatusNotSupported;
   }
@@ -366,15 +364,21 @@ std::string Engine::execute(Decmd id, const CommandValue& value) {
     case Decmd::Bold:
     case Decmd::Italic:
     case Decmd::Underline:
-      browserCommand(id == Decmd::Bold ? "bold" : id == Decmd::Italic ? "italic" : "underline");
+      browserCommand(id);
       typingStyleAt_ = selectionSnapshot();
       break;
-    case Decmd::JustifyLeft: browserCommand("justifyLeft"); break;
-    case Decmd::JustifyCenter: browserCommand("justifyCenter"); break;
-    case Decmd::JustifyRight: browserCommand("justifyRight"); break;
+    case Decmd::JustifyLeft:
+    case Decmd::JustifyCenter:
+    case Decmd::JustifyRight:
+    case Decmd::Indent:
+    case Decmd::Outdent:
+    case Decmd::RemoveFormat:
+    case Decmd::Delete:
+      browserCommand(id);
+      break;
     case Decmd::OrderList:
     case Decmd::UnorderList: {
-      browserCommand(id == Decmd::OrderList ? "insertOrderedList" : "insertUnorderedList");
+      browserCommand(id);
       // The browser can leave the new list inside the paragraph it came from, which no parser
       // would ever build; a paragraph holding nothing but the list gives way to it.
       const val wrapped = document_["body"].call<val>("querySelectorAll", std::string("p > ul, p > ol"));
@@ -397,14 +401,10 @@ std::string Engine::execute(Decmd id, const CommandValue& value) {
       }
       break;
     }
-    case Decmd::Indent: browserCommand("indent"); break;
-    case Decmd::Outdent: browserCommand("outdent"); break;
-    case Decmd::RemoveFormat: browserCommand("removeFormat"); break;
     case Decmd::SelectAll:
       dom::setControlSelection(document_, dom::Element());
-      browserCommand("selectAll");
+      browserCommand(id);
       break;
-    case Decmd::Delete: browserCommand("delete"); break;
     case Decmd::Cut: clipboardWrite(true); break;
     case Decmd::Copy: clipboardWrite(false); break;
     case Decmd::Paste: paste(); break;
@@ -425,35 +425,31 @@ std::string Engine::execute(Decmd id, const CommandValue& value) {
       break;
     }
     case Decmd::SetBlockFmt: {
-      std::string tag;
-      const std::string wanted = upper(trim(text));
-      for (const auto& format : kBlockFormats) {
-        if (upper(format.name) == wanted || format.tag == wanted || "<" + std::string(format.tag) + ">" == wanted) {
-          tag = format.tag;
-        }
-      }
-      if (tag.empty()) throw ProcedureError(5, "Unknown block format " + text);
-      browserCommand("formatBlock", "<" + tag + ">");
+      const editing::BlockFormatEntry* format = editing::findBlockFormat(text);
+      if (!format) throw ProcedureError(5, "Unknown block format " + text);
+      browserCommand(id, "<" + std::string(format->tag) + ">");
       break;
     }
     case Decmd::SetFontName:
       if (text.empty()) throw ProcedureError(5, "No font name");
-      browserCommand("fontName", text);
+      browserCommand(id, text);
       break;
     case Decmd::SetFontSize: {
       const int size = std::atoi(text.c_str());
       if (size < 1 || size > 7) throw ProcedureError(5, "Font size " + text + " is not 1 to 7");
-      browserCommand("fontSize", std::to_string(size));
+      browserCommand(id, std::to_string(size));
       break;
     }
-    case Decmd::SetForeColor: browserCommand("foreColor", text); break;
-    case Decmd::SetBackColor: browserCommand("backColor", text); break;
+    case Decmd::SetForeColor:
+    case Decmd::SetBackColor:
+      browserCommand(id, text);
+      break;
     case Decmd::GetBlockFmt: return blockFormatName();
     case Decmd::GetFontName: return fontName();
     case Decmd::GetFontSize: return fontSize();
     case Decmd::GetForeColor: return foreColor();
     case Decmd::GetBackColor:
-      return colourText(document_.call<val>("queryCommandValue", std::string("backColor")).as<std::string>());
+      return colourText(document_.call<val>("queryCommandValue", std::string(editing::browserCommandName(Decmd::GetBackColor))).as<std::string>());
     case Decmd::Hyperlink:
       if (text.empty()) throw ProcedureError(5, "No address for the link");
       createLink(text);
@@ -488,8 +484,8 @@ std::string Engine::blockFormatName() const {
   const Context& ctx = const_cast<Engine*>(this)->context();
   for (dom::Element e = ctx.start; e && !(e == body); e = e.parentElement()) {
     const std::string tag = e.tagName();
-    for (const auto& format : kBlockFormats) {
-      if (tag == format.tag) return format.name;
+    if (const editing::BlockFormatEntry* format = editing::findBlockFormat(tag); format && format->tag == tag) {
+      return std::string(format->name);
     }
     if (tag == "LI") {
       const dom::Element list = e.parentElement();
@@ -548,20 +544,32 @@ std::string Engine::foreColor() const {
 void Engine::createLink(const std::string& url) {
   const Context& ctx = context();
   // The caret (or a selection) inside one link changes that link's address.
-  if (ctx.link && ctx.type != "Control") {
+  if (ctx.link && ctx.type != SelectionType::Control) {
     val end = ctx.range["endContainer"];
     if (ctx.link.js().call<bool>("contains", end)) {
       dom::Element(ctx.link).setAttribute("href", url);
       return;
     }
   }
-  // Otherwise the selection becomes a link (a caret gets the address itself as the link text).
-  browserCommand("createLink", url);
+  // Otherwise the selection becomes a link. At a caret the address itself becomes the link's
+  // text, and that text is left selected, so that the editor can go on with the new link.
+  if (ctx.type == SelectionType::None) {
+    const val inserted =
+        insertMarkup("<a href=\"" + escapeAttribute(url) + "\">" + escapeText(url) + "</a>");
+    const val anchor = inserted["first"];
+    if (!anchor.isNull() && anchor["nodeType"].as<int>() == 1) {
+      val range = document_.call<val>("createRange");
+      range.call<void>("selectNodeContents", anchor);
+      dom::TextRange(document_, range).select();
+    }
+    return;
+  }
+  browserCommand(Decmd::Hyperlink, url);
 }
 
 void Engine::unlink() {
   const Context& ctx = context();
-  if (ctx.link && (ctx.type == "None" || ctx.link.js().call<bool>("contains", ctx.range["endContainer"]))) {
+  if (ctx.link && (ctx.type == SelectionType::None || ctx.link.js().call<bool>("contains", ctx.range["endContainer"]))) {
     // The link goes, its contents stay where it was.
     val link = ctx.link.js();
     val parent = link["parentNode"];
@@ -570,36 +578,142 @@ void Engine::unlink() {
     dom::noteChange();
     return;
   }
-  browserCommand("unlink");
+  browserCommand(Decmd::Unlink);
 }
 
 void Engine::insertImage(const std::string& source) {
-  static int counter = 0;
-  const std::string marker = "vellmar-new-image-" + std::to_string(++counter);
-  browserCommand("insertHTML", "<img src=\"" + escapeAttribute(source) + "\" id=\"" + marker + "\">");
-  dom::Element image = dom::Document(document_).getElementById(marker);
-  if (!image) throw ProcedureError(5, "The image was not inserted");
-  image.removeAttribute("id");
+  const val inserted = insertMarkup("<img src=\"" + escapeAttribute(source) + "\">");
+  const dom::Element image(inserted["first"]);
+  if (!image || image.tagName() != "IMG") throw ProcedureError(5, "The image was not inserted");
   // The inserted image is left selected as a whole, so the editor can set its attributes.
   selectControl(image);
 }
 
+namespace {
+
+bool isBlockElement(const std::string& tag) {
+  static const char* const kBlocks[] = {"P",  "DIV", "H1",      "H2",         "H3", "H4", "H5", "H6",
+                                        "HR", "UL",  "OL",      "DL",         "PRE", "TABLE", "ADDRESS",
+                                        "BLOCKQUOTE", "CENTER", "FORM", "FIELDSET"};
+  return std::any_of(std::begin(kBlocks), std::end(kBlocks), [&](const char* b) { return tag == b; });
+}
+
+bool isSplittableBlock(const std::string& tag) {
+  return tag == "P" || tag == "ADDRESS" || tag == "PRE" ||
+         (tag.size() == 2 && tag[0] == 'H' && tag[1] >= '1' && tag[1] <= '6');
+}
+
+// True when a block holds nothing worth keeping (no text, no object, no line break or anchor).
+bool emptyBlock(const val& block) {
+  const std::string text = block["textContent"].as<std::string>();
+  return text.find_first_not_of(" \t\r\n\xC2\xA0") == std::string::npos &&
+         block.call<val>("querySelector", std::string("img,hr,table,input,object,iframe,br,a[name]")).isNull();
+}
+
+// Removes the inline elements below `block` that hold nothing at all (no text, no object, no line
+// break), innermost first.
+void pruneEmptyInline(const val& block) {
+  const val all = block.call<val>("querySelectorAll", std::string("*"));
+  for (int i = all["length"].as<int>() - 1; i >= 0; --i) {
+    const val element = all[i];
+    const std::string tag = element["tagName"].as<std::string>();
+    if (isBlockElement(tag) || tag == "BR" || tag == "IMG" || tag == "INPUT" || tag == "IFRAME" ||
+        tag == "OBJECT" || tag == "TD" || tag == "TH" || tag == "TR" || tag == "LI") {
+      continue;
+    }
+    if (element["childNodes"]["length"].as<int>() == 0 && !element.call<bool>("hasAttribute", std::string("name"))) {
+      element.call<void>("remove");
+    }
+  }
+}
+
+}  // namespace
+
+val Engine::insertMarkup(const std::string& html) {
+  const Context& ctx = context();
+  if (!ctx.editable) throw ProcedureError(5, "There is no selection in the document");
+  val range = ctx.range.call<val>("cloneRange");
+  if (ctx.type == SelectionType::Control) {
+    range.call<void>("selectNode", ctx.control.js());
+    dom::setControlSelection(document_, dom::Element());
+  }
+  range.call<void>("deleteContents");
+  // Parsed in the edited document, whose frame runs no script: a script or an event handler
+  // attribute in the markup stays inert.
+  val fragment = dom::call(range, "createContextualFragment", html);
+  val result = val::object();
+  result.set("first", fragment["firstChild"]);
+  result.set("last", fragment["lastChild"]);
+  const val last = fragment["lastChild"];
+
+  // Block elements cannot stand inside a paragraph, heading, address or preformatted block: such a
+  // block is split at the selection and the markup goes between the halves; a half left empty goes.
+  bool blocks = false;
+  for (val child = fragment["firstElementChild"]; !child.isNull() && !blocks; child = child["nextElementSibling"]) {
+    blocks = isBlockElement(child["tagName"].as<std::string>());
+  }
+  const val body = document_["body"];
+  val block = val::null();
+  if (blocks) {
+    val node = range["startContainer"];
+    for (val e = node["nodeType"].as<int>() == 1 ? node : node["parentElement"];
+         !e.isNull() && !e.strictlyEquals(body); e = e["parentElement"]) {
+      const std::string tag = e["tagName"].as<std::string>();
+      if (isSplittableBlock(tag)) {
+        block = e;
+        break;
+      }
+      if (tag == "TD" || tag == "TH" || tag == "LI" || tag == "DIV" || tag == "BLOCKQUOTE") break;
+    }
+  }
+  if (!block.isNull()) {
+    val tail = range.call<val>("cloneRange");
+    tail.call<void>("setEndAfter", block);
+    val rest = tail.call<val>("extractContents");
+    const val restBlock = rest["firstElementChild"];
+    val parent = block["parentNode"];
+    parent.call<val>("insertBefore", fragment, block["nextSibling"]);
+    parent.call<val>("insertBefore", rest, last["nextSibling"]);
+    // The split leaves the inline elements it cut through behind, empty, at the cut.
+    pruneEmptyInline(block);
+    if (!restBlock.isNull()) pruneEmptyInline(restBlock);
+    if (emptyBlock(block)) block.call<void>("remove");
+    if (!restBlock.isNull() && emptyBlock(restBlock)) restBlock.call<void>("remove");
+  } else {
+    dom::call(range, "insertNode", fragment);
+  }
+  dom::noteChange();
+  // The caret goes after what was inserted: into the second half of a split block, if any.
+  val caret = document_.call<val>("createRange");
+  if (!block.isNull() && !last.isNull() && !last["nextSibling"].isNull() &&
+      last["nextSibling"]["nodeType"].as<int>() == 1 && isSplittableBlock(last["nextSibling"]["tagName"].as<std::string>())) {
+    caret.call<void>("setStart", last["nextSibling"], 0);
+    caret.call<void>("collapse", true);
+    dom::TextRange(document_, caret).select();
+  } else if (!last.isNull() && last["isConnected"].as<bool>()) {
+    caret.call<void>("setStartAfter", last);
+    caret.call<void>("collapse", true);
+    dom::TextRange(document_, caret).select();
+  }
+  return result;
+}
+
 void Engine::paste() {
-  if (browserCommand("paste")) return;
+  if (browserCommand(Decmd::Paste)) return;
   // A page may not paste through the editing command; the clipboard is read instead and its
   // content inserted when it arrives.
-  vellmar_engine_read_clipboard(listener(kPasteDone).as_handle());
+  vellmar_engine_read_clipboard(once(kPasteDone).as_handle());
 }
 
 void Engine::clipboardWrite(bool cut) {
-  if (browserCommand(cut ? "cut" : "copy")) return;
+  if (browserCommand(cut ? Decmd::Cut : Decmd::Copy)) return;
   const val selection = document_.call<val>("getSelection");
   const val clipboard = val::global("navigator")["clipboard"];
   if (!clipboard.isUndefined()) {
     clipboard.call<val>("writeText", selection.call<val>("toString"))
-        .call<val>("catch", listener(kIgnore));
+        .call<val>("catch", once(kIgnore));
   }
-  if (cut) browserCommand("delete");
+  if (cut) browserCommand(Decmd::Delete);
 }
 
 }  // namespace vellmar::browser

@@ -70,8 +70,8 @@ void Engine::openFind() {
     message.call<void>("setAttribute", std::string("role"), std::string("alert"));
     message.call<void>("setAttribute", std::string("data-find"), std::string("message"));
     find_.call<void>("appendChild", message);
-    find_.call<void>("addEventListener", std::string("click"), listener(kFindClick));
-    find_.call<void>("addEventListener", std::string("keydown"), listener(kFindKey));
+    listen(find_, "click", kFindClick);
+    listen(find_, "keydown", kFindKey);
     overlay_.call<void>("appendChild", find_);
   }
   find_.call<void>("removeAttribute", std::string("hidden"));

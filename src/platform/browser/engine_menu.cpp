@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "common/diagnostics.h"
+#include "menubar/menu_keys.h"
 #include "platform/browser/engine.h"
 
 namespace vellmar::browser {
@@ -50,8 +51,7 @@ void Engine::showMenu(int x, int y) {
     item.set("textContent", menuCaptions_[i]);
     menu_.call<void>("appendChild", item);
   }
-  menu_.call<void>("addEventListener", std::string("click"), listener(kMenuClick));
-  menu_.call<void>("addEventListener", std::string("keydown"), listener(kMenuKey));
+  menuListeners_ = {listen(menu_, "click", kMenuClick), listen(menu_, "keydown", kMenuKey)};
   overlay_.call<void>("appendChild", menu_);
   // Kept inside the engine's box: a menu that would run over the right or bottom edge opens to
   // the left of or above the pointer.
@@ -65,13 +65,20 @@ void Engine::showMenu(int x, int y) {
   if (top + height > boxHeight) top = std::max(0.0, top - height);
   menu_["style"].set("left", std::to_string(left) + "px");
   menu_["style"].set("top", std::to_string(top) + "px");
-  const val first = menu_.call<val>("querySelector", std::string("[role=menuitem]:not([aria-disabled])"));
+  // The first item that can be chosen takes the focus, as in every menu the keyboard opens.
+  std::vector<menubar::MenuRow> rows;
+  for (std::size_t i = 0; i < menuCaptions_.size(); ++i) {
+    if (!menuCaptions_[i].empty()) rows.push_back({(menuStates_[i] & kGrayed) == 0, false});
+  }
   menu_.call<void>("focus");
-  if (!first.isNull()) first.call<void>("focus");
+  const int first = menubar::firstMenuRow(rows);
+  if (first >= 0) menu_.call<val>("querySelectorAll", std::string("[role=menuitem]"))[first].call<void>("focus");
 }
 
 void Engine::hideMenu() {
   if (menu_.isUndefined()) return;
+  for (int listener : menuListeners_) route_.unlisten(listener);
+  menuListeners_.clear();
   menu_.call<void>("remove");
   menu_ = val::undefined();
 }
@@ -90,26 +97,35 @@ void Engine::onMenuClick(const val& event) {
 
 void Engine::onMenuKey(const val& event) {
   const std::string key = event["key"].isString() ? event["key"].as<std::string>() : "";
-  const val items = menu_.call<val>("querySelectorAll", std::string("[role=menuitem]:not([aria-disabled])"));
+  const val items = menu_.call<val>("querySelectorAll", std::string("[role=menuitem]"));
   const int count = items["length"].as<int>();
+  std::vector<menubar::MenuRow> rows;
   int current = -1;
-  const val active = menu_["ownerDocument"]["activeElement"];
-  const val shadowActive = menu_.call<val>("getRootNode")["activeElement"];
+  const val active = menu_.call<val>("getRootNode")["activeElement"];
   for (int i = 0; i < count; ++i) {
-    if (items[i].strictlyEquals(active) || items[i].strictlyEquals(shadowActive)) current = i;
+    rows.push_back({!items[i].call<bool>("hasAttribute", std::string("aria-disabled")), false});
+    if (items[i].strictlyEquals(active)) current = i;
   }
-  if (key == "Escape") {
-    event.call<void>("preventDefault");
-    hideMenu();
-    focus();
-  } else if ((key == "ArrowDown" || key == "ArrowUp") && count > 0) {
-    event.call<void>("preventDefault");
-    const int next = key == "ArrowDown" ? (current + 1) % count : (current <= 0 ? count - 1 : current - 1);
-    items[next].call<void>("focus");
-  } else if ((key == "Enter" || key == " ") && current >= 0) {
-    event.call<void>("preventDefault");
-    chooseMenuItem(std::stoi(items[current].call<val>("getAttribute", std::string("data-index")).as<std::string>()));
+  const auto result = menubar::menuKey(key, rows, current, false, false);
+  using A = menubar::MenuKeyAction;
+  switch (result.action) {
+    case A::none:
+      return;
+    case A::focus:
+      items[result.row].call<void>("focus");
+      break;
+    case A::choose:
+      chooseMenuItem(std::stoi(items[result.row].call<val>("getAttribute", std::string("data-index")).as<std::string>()));
+      break;
+    case A::dismiss:
+    case A::leave:
+      hideMenu();
+      focus();
+      break;
+    default:
+      break;
   }
+  event.call<void>("preventDefault");
 }
 
 }  // namespace vellmar::browser

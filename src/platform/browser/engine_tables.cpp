@@ -1,11 +1,40 @@
 // Table structure: insertion of a table and the row, column, merge and split operations at the
 // caret. Spans are honoured by working on the table's grid, where a cell spanning n columns and
 // m rows occupies n x m slots.
+#include <emscripten/em_js.h>
+#include <emscripten/em_macros.h>
+#include <emscripten/val.h>
+
 #include <algorithm>
-#include <set>
 
 #include "common/diagnostics.h"
+#include "editing/table_grid.h"
 #include "platform/browser/engine.h"
+
+using JsHandle = emscripten::EM_VAL;
+
+// A table's rows and cells in document order in one call: {rows, cells, data}, where data holds
+// for each row its section number and cell count, then for each cell its row span, column span
+// and whether it is a header cell.
+EM_JS(JsHandle, vellmar_read_table, (JsHandle handle), {
+  var table = Emval.toValue(handle);
+  var rows = table.rows;
+  var rowList = [], cells = [], data = [];
+  var section = -1, parent = null;
+  for (var r = 0; r < rows.length; r++) {
+    var row = rows[r];
+    if (row.parentNode !== parent) { section++; parent = row.parentNode; }
+    rowList.push(row);
+    var list = row.cells;
+    data.push(section, list.length);
+    for (var c = 0; c < list.length; c++) {
+      var cell = list[c];
+      cells.push(cell);
+      data.push(cell.rowSpan, cell.colSpan, cell.tagName === "TH" ? 1 : 0);
+    }
+  }
+  return Emval.toHandle({rows : rowList, cells : cells, data : data});
+});
 
 namespace vellmar::browser {
 
@@ -27,19 +56,16 @@ std::string escapeText(const std::string& text) {
   return out;
 }
 
-void setRowSpan(dom::Element& cell, int span) {
-  if (span <= 1) {
-    cell.removeAttribute("rowspan");
-  } else {
-    cell.setAttribute("rowspan", std::to_string(span));
-  }
-}
-
 // True when a cell holds nothing worth keeping (no text and no object).
 bool blank(const dom::Element& cell) {
   const std::string text = cell.js()["textContent"].as<std::string>();
   const bool noText = text.find_first_not_of(" \t\r\n\xC2\xA0") == std::string::npos;
   return noText && cell.js().call<val>("querySelector", std::string("img,hr,table,input,object,iframe")).isNull();
+}
+
+std::string tagOf(const val& node) {
+  if (node.isNull() || node.isUndefined() || node["nodeType"].as<int>() != 1) return {};
+  return node["tagName"].as<std::string>();
 }
 
 dom::Element closestTable(dom::Element e) {
@@ -56,89 +82,171 @@ dom::Element requireTable(const dom::Element& cell) {
 
 }  // namespace
 
-// The slots of a table: rows in document order (head, bodies, foot), and for every slot the cell
-// that occupies it. A rowspan of 0 counts as 1.
-struct Engine::TableGrid {
-  struct Cell {
-    dom::Element element;
-    int row = 0, col = 0, rowSpan = 1, colSpan = 1;
-  };
-  std::vector<dom::Element> rows;
-  std::vector<Cell> cells;
-  std::vector<std::vector<int>> slots;
-  int columns = 0;
+// ---- a table read from the document, and an edit of its shape written back ---------------------
 
-  explicit TableGrid(const dom::Element& table) {
-    const dom::ElementCollection rowList(table.js()["rows"]);
-    const int rowCount = rowList.length();
-    slots.resize(static_cast<std::size_t>(rowCount));
-    for (int r = 0; r < rowCount; ++r) {
-      rows.push_back(rowList.item(r));
-      const dom::ElementCollection cellList(rows.back().js()["cells"]);
-      int col = 0;
-      for (int c = 0, n = cellList.length(); c < n; ++c) {
-        Cell cell;
-        cell.element = cellList.item(c);
-        auto& line = slots[static_cast<std::size_t>(r)];
-        while (col < static_cast<int>(line.size()) && line[static_cast<std::size_t>(col)] >= 0) ++col;
-        cell.row = r;
-        cell.col = col;
-        cell.rowSpan = std::min(cell.element.rowSpan(), rowCount - r);
-        cell.colSpan = cell.element.colSpan();
-        const int index = static_cast<int>(cells.size());
-        for (int dr = 0; dr < cell.rowSpan; ++dr) {
-          auto& target = slots[static_cast<std::size_t>(r + dr)];
-          if (static_cast<int>(target.size()) < col + cell.colSpan) {
-            target.resize(static_cast<std::size_t>(col + cell.colSpan), -1);
-          }
-          for (int dc = 0; dc < cell.colSpan; ++dc) target[static_cast<std::size_t>(col + dc)] = index;
-        }
-        cells.push_back(cell);
-        col += cell.colSpan;
-      }
-    }
-    for (const auto& line : slots) columns = std::max(columns, static_cast<int>(line.size()));
-    for (auto& line : slots) line.resize(static_cast<std::size_t>(columns), -1);
-  }
-
-  int find(const dom::Element& element) const {
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-      if (cells[i].element == element) return static_cast<int>(i);
-    }
-    return -1;
-  }
-
-  int slot(int row, int col) const {
-    if (row < 0 || col < 0 || row >= static_cast<int>(slots.size()) || col >= columns) return -1;
-    return slots[static_cast<std::size_t>(row)][static_cast<std::size_t>(col)];
-  }
-
-  // The cell of `row` before which a new cell at grid column `col` goes (empty: at the end).
-  dom::Element cellFrom(int row, int col) const {
-    for (const auto& cell : cells) {
-      if (cell.row == row && cell.col >= col) return cell.element;
-    }
-    return {};
-  }
+// The table's rows and cells as elements, beside its shape; cells and rows are numbered in
+// document order, which is also their id in the shape.
+struct Engine::DomTable {
+  dom::Element table;
+  std::vector<val> rows;
+  std::vector<val> cells;
+  editing::TableShape shape;
+  val cellList = val::undefined();  // the cells as one JavaScript array, for look-ups
 };
+
+Engine::DomTable Engine::readTable(const dom::Element& table) const {
+  DomTable read;
+  read.table = table;
+  const val parts = val::take_ownership(vellmar_read_table(table.js().as_handle()));
+  const val rows = parts["rows"];
+  const val cells = parts["cells"];
+  read.cellList = cells;
+  const auto data = emscripten::convertJSArrayToNumberVector<int>(parts["data"]);
+  const int rowCount = rows["length"].as<int>();
+  read.rows.reserve(static_cast<std::size_t>(rowCount));
+  std::size_t at = 0;
+  int cellId = 0;
+  for (int r = 0; r < rowCount; ++r) {
+    read.rows.push_back(rows[r]);
+    editing::RowShape row{r, data[at], {}};
+    const int count = data[at + 1];
+    at += 2;
+    for (int c = 0; c < count; ++c, at += 3) {
+      row.cells.push_back(editing::CellShape{cellId, data[at], data[at + 1], data[at + 2] != 0});
+      read.cells.push_back(cells[cellId]);
+      ++cellId;
+    }
+    read.shape.rows.push_back(std::move(row));
+  }
+  return read;
+}
+
+int Engine::cellNumber(const DomTable& table, const dom::Element& cell) const {
+  if (!cell) return -1;
+  return table.cellList.call<int>("indexOf", cell.js());
+}
+
+// Makes the document's table look like the edit's shape, touching only what changed: rows and
+// cells that stay where they were are left alone, so a selection inside them survives.
+void Engine::applyTableEdit(DomTable& table, const editing::TableEdit& edit) {
+  if (edit.shape.rows.empty()) {
+    table.table.js().call<void>("remove");
+    dom::noteChange();
+    return;
+  }
+  // The row each old cell was in, and its spans as read.
+  std::vector<int> oldRow(table.cells.size(), -1);
+  std::vector<const editing::CellShape*> oldCell(table.cells.size(), nullptr);
+  for (const auto& row : table.shape.rows) {
+    for (const auto& cell : row.cells) {
+      oldRow[static_cast<std::size_t>(cell.id)] = row.id;
+      oldCell[static_cast<std::size_t>(cell.id)] = &cell;
+    }
+  }
+  std::vector<bool> rowKept(table.rows.size(), false);
+  std::vector<bool> cellKept(table.cells.size(), false);
+  val previous = val::null();
+  for (const auto& row : edit.shape.rows) {
+    val tr = val::null();
+    const bool newRow = row.id == editing::kNewPart;
+    if (newRow) {
+      tr = document_.call<val>("createElement", std::string("tr"));
+      if (!previous.isNull()) {
+        previous["parentNode"].call<val>("insertBefore", tr, previous["nextSibling"]);
+      } else {
+        const val first = table.rows.front();
+        first["parentNode"].call<val>("insertBefore", tr, first);
+      }
+    } else {
+      tr = table.rows[static_cast<std::size_t>(row.id)];
+      rowKept[static_cast<std::size_t>(row.id)] = true;
+    }
+    // Right to left, so that every cell that has to be put in place goes before its right-hand
+    // neighbour, which is in place already.
+    val next = val::null();
+    for (auto it = row.cells.rbegin(); it != row.cells.rend(); ++it) {
+      const editing::CellShape& cell = *it;
+      val element = val::null();
+      bool place = newRow;
+      if (cell.id == editing::kNewPart) {
+        element = document_.call<val>("createElement", std::string(cell.header ? "th" : "td"));
+        place = true;
+      } else {
+        const auto id = static_cast<std::size_t>(cell.id);
+        element = table.cells[id];
+        cellKept[id] = true;
+        place = place || oldRow[id] != row.id;
+      }
+      if (place) tr.call<val>("insertBefore", element, next);
+      const editing::CellShape* before = cell.id == editing::kNewPart ? nullptr : oldCell[static_cast<std::size_t>(cell.id)];
+      if (!before || before->rowSpan != cell.rowSpan) writeSpan(element, "rowspan", cell.rowSpan);
+      if (!before || before->colSpan != cell.colSpan) writeSpan(element, "colspan", cell.colSpan);
+      next = element;
+    }
+    previous = tr;
+  }
+  for (std::size_t i = 0; i < table.cells.size(); ++i) {
+    if (!cellKept[i] && rowKept[static_cast<std::size_t>(oldRow[i])]) table.cells[i].call<void>("remove");
+  }
+  for (std::size_t r = 0; r < table.rows.size(); ++r) {
+    if (!rowKept[r]) table.rows[r].call<void>("remove");
+  }
+  dom::noteChange();
+  if (edit.caret) {
+    const val tr = table.table.js()["rows"][edit.caret->row];
+    if (!tr.isUndefined()) {
+      const val cell = tr["cells"][edit.caret->cell];
+      if (!cell.isUndefined()) placeCaretIn(dom::Element(cell), edit.caret->atEnd);
+    }
+  }
+}
+
+void Engine::writeSpan(const val& cell, const char* attribute, int span) {
+  // A new cell spans one slot without saying so.
+  if (span == 1) {
+    if (cell.call<bool>("hasAttribute", std::string(attribute))) cell.call<void>("removeAttribute", std::string(attribute));
+  } else {
+    cell.call<void>("setAttribute", std::string(attribute), std::to_string(span));
+  }
+}
 
 dom::Element Engine::caretCell() const {
   const Context& ctx = const_cast<Engine*>(this)->context();
   return ctx.cell;
 }
 
-std::vector<dom::Element> Engine::touchedCells(const dom::Element& table) const {
-  const Context& ctx = const_cast<Engine*>(this)->context();
-  std::vector<dom::Element> touched;
+// The cells a selection touches: for a text selection every cell from the one its start is in to
+// the one its end is in, in document order; otherwise the caret's cell.
+std::vector<int> Engine::touchedCells(const DomTable& table) {
+  const Context& ctx = context();
+  std::vector<int> touched;
   if (!ctx.editable || ctx.range.isNull()) return touched;
-  if (ctx.type != "Text") {
-    if (ctx.cell) touched.push_back(ctx.cell);
+  const int caret = cellNumber(table, ctx.cell);
+  if (ctx.type != editing::SelectionType::Text) {
+    if (caret >= 0) touched.push_back(caret);
     return touched;
   }
-  const TableGrid grid(table);
-  for (const auto& cell : grid.cells) {
-    if (ctx.range.call<bool>("intersectsNode", cell.element.js())) touched.push_back(cell.element);
-  }
+  const val tableNode = table.table.js();
+  auto cellAt = [&](const val& node) {
+    val element = node["nodeType"].as<int>() == 1 ? node : node["parentElement"];
+    // The innermost cell of this very table (a nested table's cell belongs to it).
+    while (!element.isNull()) {
+      const val cell = element.call<val>("closest", std::string("td,th"));
+      if (cell.isNull()) return -1;
+      if (cell.call<val>("closest", std::string("table")).strictlyEquals(tableNode)) {
+        return cellNumber(table, dom::Element(cell));
+      }
+      element = cell["parentElement"];
+    }
+    return -1;
+  };
+  int first = cellAt(ctx.range["startContainer"]);
+  int last = cellAt(ctx.range["endContainer"]);
+  const int count = static_cast<int>(table.cells.size());
+  if (first < 0) first = ctx.range.call<bool>("intersectsNode", tableNode) ? 0 : caret;
+  if (last < 0) last = ctx.range.call<bool>("intersectsNode", tableNode) ? count - 1 : caret;
+  if (first < 0 || last < 0) return touched;
+  for (int n = std::min(first, last); n <= std::max(first, last); ++n) touched.push_back(n);
   return touched;
 }
 
@@ -148,9 +256,8 @@ void Engine::placeCaretIn(const dom::Element& element, bool atEnd) {
   range.select();
 }
 
-// A new table goes where the selection is (replacing a selected element). A table cannot stand
-// inside a paragraph, heading, address or preformatted block, so such a block is split at the
-// caret and the table goes between the halves; a half left empty is dropped.
+// A new table goes where the selection is (replacing a selected element), splitting a paragraph
+// it lands in (see insertMarkup), with the caret in its first cell.
 void Engine::insertTable(const InsertTableParam& param) {
   if (param.NumRows < 1 || param.NumCols < 1 || param.NumRows > 1000 || param.NumCols > 1000) {
     throw ProcedureError(5, "A table needs 1 to 1000 rows and columns");
@@ -167,259 +274,69 @@ void Engine::insertTable(const InsertTableParam& param) {
   for (long r = 0; r < param.NumRows; ++r) html += row;
   html += "</tbody></table>";
 
-  const Context& ctx = context();
-  val range = ctx.range.call<val>("cloneRange");
-  if (ctx.type == "Control") {
-    range.call<void>("selectNode", ctx.control.js());
-    dom::setControlSelection(document_, dom::Element());
-  }
-  range.call<void>("deleteContents");
-  val fragment = dom::call(range, "createContextualFragment", html);
-  const val table = fragment.call<val>("querySelector", std::string("table"));
-  if (table.isNull()) throw ProcedureError(5, "The table attributes did not make a table");
-
-  const dom::Element body = dom::Document(document_).body();
-  dom::Element block;
-  {
-    val node = range["startContainer"];
-    dom::Element e(node["nodeType"].as<int>() == 1 ? node : node["parentElement"]);
-    for (; e && !(e == body); e = e.parentElement()) {
-      const std::string tag = e.tagName();
-      if (tag == "P" || tag == "ADDRESS" || tag == "PRE" || (tag.size() == 2 && tag[0] == 'H' && tag[1] >= '1' && tag[1] <= '6')) {
-        block = e;
-        break;
-      }
-      if (tag == "TD" || tag == "TH" || tag == "LI" || tag == "DIV" || tag == "BLOCKQUOTE") break;
-    }
-  }
-  if (block) {
-    val tail = range.call<val>("cloneRange");
-    tail.call<void>("setEndAfter", block.js());
-    val rest = tail.call<val>("extractContents");
-    const val restBlock = rest["firstElementChild"];
-    val parent = block.js()["parentNode"];
-    parent.call<val>("insertBefore", fragment, block.js()["nextSibling"]);
-    parent.call<val>("insertBefore", rest, table["nextSibling"]);
-    if (blank(block) && block.js().call<val>("querySelector", std::string("br,a[name]")).isNull()) {
-      block.js().call<void>("remove");
-    }
-    if (!restBlock.isNull() && blank(dom::Element(restBlock))) restBlock.call<void>("remove");
-  } else {
-    dom::call(range, "insertNode", fragment);
-  }
-  dom::noteChange();
+  const val inserted = insertMarkup(html);
+  const val table = inserted["first"];
+  if (table.isNull() || tagOf(table) != "TABLE") throw ProcedureError(5, "The table attributes did not make a table");
   const dom::ElementCollection cells(table.call<val>("getElementsByTagName", std::string("td")));
   if (cells.length() > 0) placeCaretIn(cells.item(0));
 }
 
-// A new row goes below the caret's row (below the last row the caret's cell spans). It has a cell
-// for every column of the table, except where a cell from above spans across the new row's
-// place: that cell grows by a row instead.
+// The structure commands work on the table around the caret's cell.
 void Engine::insertRow() {
-  dom::Element cell = caretCell();
-  const dom::Element table = requireTable(cell);
-  TableGrid grid(table);
-  const int index = grid.find(cell);
-  if (index < 0) throw ProcedureError(5, "The cell is not in its table's grid");
-  const int last = grid.cells[static_cast<std::size_t>(index)].row + grid.cells[static_cast<std::size_t>(index)].rowSpan - 1;
-  val tr = document_.call<val>("createElement", std::string("tr"));
-  std::set<int> grown;
-  for (int c = 0; c < grid.columns; ++c) {
-    const int above = grid.slot(last, c);
-    const int below = grid.slot(last + 1, c);
-    if (above >= 0 && above == below) {
-      if (grown.insert(above).second) {
-        auto& spanning = grid.cells[static_cast<std::size_t>(above)];
-        setRowSpan(spanning.element, spanning.rowSpan + 1);
-      }
-      continue;
-    }
-    tr.call<void>("appendChild", document_.call<val>("createElement", std::string("td")));
-  }
-  const val after = grid.rows[static_cast<std::size_t>(last)].js();
-  after["parentNode"].call<val>("insertBefore", tr, after["nextSibling"]);
-  dom::noteChange();
+  DomTable table = readTable(requireTable(caretCell()));
+  applyTableEdit(table, editing::insertRowBelow(table.shape, cellNumber(table, caretCell())));
 }
 
-// A new column goes right of the caret's column (right of the last column the caret's cell
-// spans), with a new cell in every row, except where a cell spans across the new column's place:
-// that cell grows by a column instead (once, whatever its row span).
 void Engine::insertColumn() {
-  dom::Element cell = caretCell();
-  const dom::Element table = requireTable(cell);
-  TableGrid grid(table);
-  const int index = grid.find(cell);
-  if (index < 0) throw ProcedureError(5, "The cell is not in its table's grid");
-  const auto& at = grid.cells[static_cast<std::size_t>(index)];
-  const int k = at.col + at.colSpan;
-  std::set<int> grown;
-  for (int r = 0; r < static_cast<int>(grid.rows.size()); ++r) {
-    const int left = grid.slot(r, k - 1);
-    const int right = grid.slot(r, k);
-    if (left >= 0 && left == right) {
-      if (grown.insert(left).second) {
-        auto& spanning = grid.cells[static_cast<std::size_t>(left)];
-        spanning.element.setColSpan(spanning.colSpan + 1);
-      }
-      continue;
-    }
-    val td = document_.call<val>("createElement", std::string("td"));
-    const dom::Element before = grid.cellFrom(r, k);
-    grid.rows[static_cast<std::size_t>(r)].js().call<val>("insertBefore", td, before ? before.js() : val::null());
-  }
-  dom::noteChange();
+  DomTable table = readTable(requireTable(caretCell()));
+  applyTableEdit(table, editing::insertColumnRight(table.shape, cellNumber(table, caretCell())));
 }
 
-// The rows deleted are the caret's row, or every row in which a cell touched by the selection
-// begins. A cell from above that spans into a deleted row loses that row from its span; a cell
-// that begins in a deleted row and spans below it moves down into the first row that stays.
-// Deleting every row deletes the table.
 void Engine::deleteRows() {
-  const dom::Element table = requireTable(caretCell());
-  TableGrid grid(table);
-  std::set<int> deleted;
-  for (const auto& touched : touchedCells(table)) {
-    const int i = grid.find(touched);
-    if (i >= 0) deleted.insert(grid.cells[static_cast<std::size_t>(i)].row);
-  }
-  if (deleted.empty()) return;
-  if (deleted.size() == grid.rows.size()) {
-    table.js().call<void>("remove");
-    dom::noteChange();
-    return;
-  }
-  for (auto& cell : grid.cells) {
-    int lost = 0;
-    int firstKept = -1;
-    for (int r = cell.row; r < cell.row + cell.rowSpan; ++r) {
-      if (deleted.count(r)) {
-        ++lost;
-      } else if (firstKept < 0) {
-        firstKept = r;
-      }
-    }
-    if (lost == 0 || lost == cell.rowSpan) continue;
-    if (deleted.count(cell.row)) {
-      // Moves into the first kept row, before the cell that begins right of it there.
-      const dom::Element before = grid.cellFrom(firstKept, cell.col + cell.colSpan);
-      grid.rows[static_cast<std::size_t>(firstKept)].js().call<val>(
-          "insertBefore", cell.element.js(), before ? before.js() : val::null());
-    }
-    setRowSpan(cell.element, cell.rowSpan - lost);
-  }
-  // The caret goes to the first row that stays after the deleted ones, else the last before.
-  const int rowCount = static_cast<int>(grid.rows.size());
-  int caretRow = -1;
-  for (int r = *deleted.begin() + 1; r < rowCount && caretRow < 0; ++r) {
-    if (!deleted.count(r)) caretRow = r;
-  }
-  for (int r = *deleted.begin() - 1; r >= 0 && caretRow < 0; --r) {
-    if (!deleted.count(r)) caretRow = r;
-  }
-  for (int r : deleted) grid.rows[static_cast<std::size_t>(r)].js().call<void>("remove");
-  dom::noteChange();
-  const dom::ElementCollection cells(grid.rows[static_cast<std::size_t>(caretRow)].js()["cells"]);
-  if (cells.length() > 0) placeCaretIn(cells.item(0));
+  DomTable table = readTable(requireTable(caretCell()));
+  applyTableEdit(table, editing::deleteRows(table.shape, touchedCells(table)));
 }
 
-// The columns deleted are the caret cell's columns, or every column of a cell touched by the
-// selection. A cell that lies wholly in deleted columns goes; a cell spanning deleted and kept
-// columns keeps only the kept ones. Deleting every column deletes the table.
 void Engine::deleteColumns() {
-  const dom::Element table = requireTable(caretCell());
-  TableGrid grid(table);
-  std::set<int> deleted;
-  for (const auto& touched : touchedCells(table)) {
-    const int i = grid.find(touched);
-    if (i < 0) continue;
-    const auto& cell = grid.cells[static_cast<std::size_t>(i)];
-    for (int c = cell.col; c < cell.col + cell.colSpan; ++c) deleted.insert(c);
-  }
-  if (deleted.empty()) return;
-  if (static_cast<int>(deleted.size()) >= grid.columns) {
-    table.js().call<void>("remove");
-    dom::noteChange();
-    return;
-  }
-  dom::Element survivor;
-  for (auto& cell : grid.cells) {
-    int lost = 0;
-    for (int c = cell.col; c < cell.col + cell.colSpan; ++c) lost += deleted.count(c) ? 1 : 0;
-    if (lost == cell.colSpan) {
-      cell.element.js().call<void>("remove");
-    } else {
-      if (lost > 0) cell.element.setColSpan(cell.colSpan - lost);
-      if (!survivor && cell.row == 0) survivor = cell.element;
-    }
-  }
-  dom::noteChange();
-  if (survivor) placeCaretIn(survivor);
+  DomTable table = readTable(requireTable(caretCell()));
+  applyTableEdit(table, editing::deleteColumns(table.shape, touchedCells(table)));
 }
 
-// Cells merge when the selection touches two or more cells that begin in the same row, have the
-// same row span and follow each other without a gap. The first cell takes the others' contents
-// (blank cells add nothing) and the sum of their column spans; the others go.
 bool Engine::canMergeCells() {
   const Context& ctx = context();
-  if (!ctx.cell || ctx.type != "Text") return false;
-  const dom::Element table = closestTable(ctx.cell);
-  const std::vector<dom::Element> touched = touchedCells(table);
-  if (touched.size() < 2) return false;
-  const TableGrid grid(table);
-  std::vector<TableGrid::Cell> cells;
-  for (const auto& element : touched) {
-    const int i = grid.find(element);
-    if (i < 0) return false;
-    cells.push_back(grid.cells[static_cast<std::size_t>(i)]);
-  }
-  std::sort(cells.begin(), cells.end(), [](const auto& a, const auto& b) { return a.col < b.col; });
-  for (std::size_t i = 1; i < cells.size(); ++i) {
-    if (cells[i].row != cells[0].row || cells[i].rowSpan != cells[0].rowSpan ||
-        cells[i].col != cells[i - 1].col + cells[i - 1].colSpan) {
-      return false;
-    }
-  }
-  return true;
+  if (!ctx.cell || ctx.type != editing::SelectionType::Text) return false;
+  const DomTable table = readTable(closestTable(ctx.cell));
+  return editing::canMerge(table.shape, touchedCells(table));
 }
 
+bool Engine::canSplitCell() {
+  const Context& ctx = context();
+  if (!ctx.cell) return false;
+  // A cell spanning one slot cannot split; reading the whole table is needed only for the others.
+  if (ctx.cell.colSpan() <= 1 && ctx.cell.rowSpan() == 1) return false;
+  const DomTable table = readTable(closestTable(ctx.cell));
+  return editing::canSplit(table.shape, cellNumber(table, ctx.cell));
+}
+
+// The cells merge into the leftmost, which takes the contents of the others (blank cells add
+// nothing).
 void Engine::mergeCells() {
-  const dom::Element table = closestTable(caretCell());
-  TableGrid grid(table);
-  std::vector<TableGrid::Cell> cells;
-  for (const auto& element : touchedCells(table)) {
-    const int i = grid.find(element);
-    if (i >= 0) cells.push_back(grid.cells[static_cast<std::size_t>(i)]);
-  }
-  std::sort(cells.begin(), cells.end(), [](const auto& a, const auto& b) { return a.col < b.col; });
-  dom::Element first = cells.front().element;
+  DomTable table = readTable(requireTable(caretCell()));
+  const editing::TableEdit edit = editing::mergeCells(table.shape, touchedCells(table));
+  if (edit.mergedInto == editing::kNewPart) return;
+  dom::Element first(table.cells[static_cast<std::size_t>(edit.mergedInto)]);
   std::string html = blank(first) ? std::string() : first.innerHTML();
-  int span = cells.front().colSpan;
-  for (std::size_t i = 1; i < cells.size(); ++i) {
-    if (!blank(cells[i].element)) html += cells[i].element.innerHTML();
-    span += cells[i].colSpan;
-    cells[i].element.js().call<void>("remove");
+  for (int id : edit.absorbed) {
+    const dom::Element cell(table.cells[static_cast<std::size_t>(id)]);
+    if (!blank(cell)) html += cell.innerHTML();
   }
-  if (!html.empty()) first.setInnerHTML(html);
-  first.setColSpan(span);
-  placeCaretIn(first, true);
+  if (!html.empty() && html != first.innerHTML()) first.setInnerHTML(html);
+  applyTableEdit(table, edit);
 }
 
-// A cell spanning n columns becomes n cells: it keeps its contents and one column, and n - 1
-// empty cells of the same kind and row span follow it.
 void Engine::splitCell() {
-  dom::Element cell = caretCell();
-  const int span = cell.colSpan();
-  const int rows = cell.rowSpan();
-  cell.setColSpan(1);
-  val parent = cell.js()["parentNode"];
-  const val next = cell.js()["nextSibling"];
-  const std::string tag = cell.tagName() == "TH" ? "th" : "td";
-  for (int i = 1; i < span; ++i) {
-    dom::Element added(document_.call<val>("createElement", tag));
-    if (rows > 1) setRowSpan(added, rows);
-    parent.call<val>("insertBefore", added.js(), next);
-  }
-  dom::noteChange();
+  DomTable table = readTable(requireTable(caretCell()));
+  applyTableEdit(table, editing::splitCell(table.shape, cellNumber(table, caretCell())));
 }
 
 }  // namespace vellmar::browser

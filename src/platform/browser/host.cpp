@@ -7,6 +7,7 @@
 #include "dialogs/message_window.h"
 #include "editor/properties.h"
 #include "platform/browser/debug_log_file.h"
+#include "platform/browser/editor_commands.h"
 #include "platform/browser/fetch_transport.h"
 
 namespace vellmar::browser {
@@ -150,13 +151,11 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
     // What was just loaded is the stored document; changes count from here.
     documents_->changes().loaded(views_->getBodyHTML().value_or(std::string()));
   };
-  menuBar_->setCommands({
-      [this](std::string_view key) { views_->setView(key); },
-      [this] { documents_->saveToServer(); },
-  });
 }
 
 ElementHost::~ElementHost() {
+  menuBar_->setDispatch({});
+  commands_.reset();
   view_->setEngineAccess({}, {});
   documents_.reset();
   views_.reset();
@@ -172,6 +171,16 @@ void ElementHost::show() {
       engine_ = std::make_unique<Engine>(view_->element(editor::Child::Engine));
       engine_->exposeTo(element_);
       views_->attach(*engine_);
+      EditorCommandHooks commandHooks;
+      commandHooks.setView = [this](std::string_view key) { views_->setView(key); };
+      commandHooks.saveToServer = [this] { documents_->saveToServer(); };
+      commandHooks.currentView = [this] { return control_->state().currentView; };
+      commandHooks.updateStatus = [this] { control_->updateStatus(); };
+      commands_ = std::make_unique<EditorCommands>(*engine_, *menuBar_, root_,
+                                                   view_->element(editor::Child::SourceBox),
+                                                   std::move(commandHooks));
+      commands_->exposeTo(element_);
+      menuBar_->setDispatch([this](const std::string& key) { commands_->dispatch(key); });
       view_->setEngineAccess([this] { return engine_->Busy(); },
                              [this] { guarded("caretToStart", [&] { views_->caretToStart(); }); });
       // A document given before (the `content` parameter) is now as the engine holds it.

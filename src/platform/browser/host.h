@@ -18,6 +18,7 @@ namespace vellmar::browser {
 using emscripten::val;
 
 class Engine;
+class EditorCommands;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -82,6 +83,8 @@ class ElementHost {
   std::unique_ptr<editor::ctlVellmar2> control_;
   std::unique_ptr<Engine> engine_;  // the editing engine, in the editing area
   std::unique_ptr<EditorViews> views_;
+  // The editing operations and the dispatch, from the first show on.
+  std::unique_ptr<EditorCommands> commands_;
   // The document, style sheet, save and keep-alive exchanges.
   std::unique_ptr<editor::ServerDocuments> documents_;
 };

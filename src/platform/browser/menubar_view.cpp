@@ -12,6 +12,7 @@
 #include "common/diagnostics.h"
 #include "editor/properties.h"
 #include "menubar/editor_menu.h"
+#include "menubar/menu_keys.h"
 
 using emscripten::EM_VAL;
 
@@ -32,10 +33,6 @@ EM_JS(void, vellmar_settings_set, (const char* key, const char* value), {
   }
 });
 
-// A DOM listener that hands the event to view `view` as (kind, index).
-EM_JS(EM_VAL, vellmar_menubar_listener, (int view, int kind, int index), {
-  return Emval.toHandle(function(e) { Module.vellmarMenuBarEvent(view, kind, index, e); });
-});
 
 namespace vellmar::browser {
 
@@ -66,17 +63,6 @@ int itemIndex(std::size_t level, int row) {
 
 // The caption font of the style sheet's bar, for measuring captions before they are drawn.
 constexpr const char* kCaptionFont = "12px Tahoma, Verdana, \"DejaVu Sans\", sans-serif";
-
-std::map<int, MenuBarView*>& views() {
-  static std::map<int, MenuBarView*> all;
-  return all;
-}
-
-void onDomEvent(int view, int kind, int index, val event) {
-  auto found = views().find(view);
-  if (found == views().end()) return;
-  guarded("mcMenuBar_event", [&] { found->second->handle(kind, index, event); });
-}
 
 val create(const char* tag, const char* className) {
   val el = val::global("document").call<val>("createElement", std::string(tag));
@@ -128,9 +114,6 @@ MenuBarView::MenuBarView(menubar::mcMenuBar& model, val bar, val root)
       root_(std::move(root)),
       document_(val::global("document")),
       window_(val::global("window")) {
-  static int lastId = 0;
-  id_ = ++lastId;
-  views()[id_] = this;
 
   setAttr(bar_, "role", "menubar");
   if (!bar_.call<bool>("hasAttribute", std::string("aria-label"))) setAttr(bar_, "aria-label", "Menu");
@@ -146,24 +129,19 @@ MenuBarView::MenuBarView(menubar::mcMenuBar& model, val bar, val root)
 
   // A press anywhere else closes the menu; so does the page losing focus (a click into the
   // editing frame, another window).
-  documentDown_ = listener(kDocumentDown, 0);
-  windowBlur_ = listener(kWindowBlur, 0);
-  document_.call<void>("addEventListener", std::string("pointerdown"), documentDown_, true);
-  window_.call<void>("addEventListener", std::string("blur"), windowBlur_);
+  listen(document_, "pointerdown", kDocumentDown, 0, true);
+  listen(window_, "blur", kWindowBlur, 0);
   renderButtons();
 }
 
 MenuBarView::~MenuBarView() {
   model_.setObserver(nullptr);
-  views().erase(id_);
   if (queueTimer_) emscripten_clear_interval(queueTimer_);
-  document_.call<void>("removeEventListener", std::string("pointerdown"), documentDown_, true);
-  window_.call<void>("removeEventListener", std::string("blur"), windowBlur_);
   closeLevelsFrom(0);
 }
 
-val MenuBarView::listener(int kind, int index) const {
-  return val::take_ownership(vellmar_menubar_listener(id_, kind, index));
+int MenuBarView::listen(const val& target, const char* type, int kind, int index, bool capture) {
+  return route_.listen(target, type, [this, kind, index](const val& event) { handle(kind, index, event); }, capture);
 }
 
 void MenuBarView::raiseSelected(const std::string& key) {
@@ -193,10 +171,10 @@ void MenuBarView::renderButtons() {
     setAttr(button, "aria-haspopup", "menu");
     setAttr(button, "tabindex", "-1");
     setAttr(button, "data-index", std::to_string(index));
-    button.call<void>("addEventListener", std::string("pointerenter"), listener(kButtonEnter, index));
-    button.call<void>("addEventListener", std::string("pointerleave"), listener(kButtonLeave, index));
-    button.call<void>("addEventListener", std::string("mousedown"), listener(kButtonDown, index));
-    button.call<void>("addEventListener", std::string("keydown"), listener(kButtonKey, index));
+    listen(button, "pointerenter", kButtonEnter, index);
+    listen(button, "pointerleave", kButtonLeave, index);
+    listen(button, "mousedown", kButtonDown, index);
+    listen(button, "keydown", kButtonKey, index);
     bar_.call<void>("appendChild", button);
     buttons_.push_back(button);
   }
@@ -248,7 +226,7 @@ void MenuBarView::popupOpened(const menubar::Popup& popup) {
   if (popup_.menus.empty()) return;
   openLevel(0, 0, -1);
   if (keyboard_) {
-    focusRow(0, 0);
+    focusRow(0, menubar::firstMenuRow(rows(0)));
   } else {
     levels_[0].element.call<void>("focus");
   }
@@ -295,10 +273,8 @@ void MenuBarView::openLevel(int menu, std::size_t level, int anchorRow) {
     label = parent->caption;
   }
   setAttr(l.element, "aria-label", label);
-  l.element.call<void>("addEventListener", std::string("keydown"),
-                       listener(kMenuKey, static_cast<int>(level)));
-  l.element.call<void>("addEventListener", std::string("mousedown"),
-                       listener(kMenuDown, static_cast<int>(level)));
+  l.listeners.push_back(listen(l.element, "keydown", kMenuKey, static_cast<int>(level)));
+  l.listeners.push_back(listen(l.element, "mousedown", kMenuDown, static_cast<int>(level)));
 
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const auto& entry = entries[i];
@@ -337,10 +313,8 @@ void MenuBarView::openLevel(int menu, std::size_t level, int anchorRow) {
       }
       item.call<void>("appendChild", span);
     }
-    item.call<void>("addEventListener", std::string("pointerenter"),
-                    listener(kItemEnter, itemIndex(level, row)));
-    item.call<void>("addEventListener", std::string("mouseup"),
-                    listener(kItemUp, itemIndex(level, row)));
+    l.listeners.push_back(listen(item, "pointerenter", kItemEnter, itemIndex(level, row)));
+    l.listeners.push_back(listen(item, "mouseup", kItemUp, itemIndex(level, row)));
     l.element.call<void>("appendChild", item);
     l.items.push_back(item);
     l.entries.push_back(static_cast<int>(i));
@@ -381,6 +355,7 @@ void MenuBarView::openLevel(int menu, std::size_t level, int anchorRow) {
 
 void MenuBarView::closeLevelsFrom(std::size_t level) {
   while (levels_.size() > level) {
+    for (int listener : levels_.back().listeners) route_.unlisten(listener);
     levels_.back().element.call<void>("remove");
     levels_.pop_back();
   }
@@ -396,12 +371,11 @@ void MenuBarView::closeLevelsFrom(std::size_t level) {
 void MenuBarView::focusRow(std::size_t level, int row) {
   if (level >= levels_.size()) return;
   Level& l = levels_[level];
-  if (l.items.empty()) {
+  // No row to focus (none, or every one greyed): the menu itself takes the keys.
+  if (row < 0 || row >= static_cast<int>(l.items.size())) {
     l.element.call<void>("focus");
     return;
   }
-  const int count = static_cast<int>(l.items.size());
-  row = ((row % count) + count) % count;
   l.items[static_cast<std::size_t>(row)].call<void>("focus");
 }
 
@@ -419,7 +393,7 @@ void MenuBarView::activateRow(std::size_t level, int row, bool fromKeyboard) {
   if (!entry || entry->grayed) return;
   if (entry->submenu >= 0) {
     if (levels_[level].expanded != row) openLevel(entry->submenu, level + 1, row);
-    if (fromKeyboard) focusRow(level + 1, 0);
+    if (fromKeyboard) focusRow(level + 1, menubar::firstMenuRow(rows(level + 1)));
     return;
   }
   closeReason_ = CloseReason::other;
@@ -543,52 +517,51 @@ void MenuBarView::onMenuKey(std::size_t level, const val& event) {
   if (level >= levels_.size()) return;
   const std::string key = event["key"].as<std::string>();
   const int row = rowOf(level, event["target"]);
-  bool handled = true;
-  if (key == "ArrowDown") {
-    focusRow(level, row + 1);
-  } else if (key == "ArrowUp") {
-    focusRow(level, row < 0 ? -1 : row - 1);
-  } else if (key == "Home") {
-    focusRow(level, 0);
-  } else if (key == "End") {
-    focusRow(level, -1);
-  } else if (key == "Enter" || key == " ") {
-    if (row >= 0) activateRow(level, row, true);
-  } else if (key == "ArrowRight") {
-    const auto* entry = entryAt(level, row);
-    if (entry && entry->submenu >= 0 && !entry->grayed) {
-      activateRow(level, row, true);
-    } else {
-      slideBy(1);
-    }
-  } else if (key == "ArrowLeft") {
-    if (level > 0) {
+  const auto result = menubar::menuKey(key, rows(level), row, level > 0, true);
+  using A = menubar::MenuKeyAction;
+  switch (result.action) {
+    case A::none:
+      return;
+    case A::consume:
+      break;
+    case A::focus:
+      focusRow(level, result.row);
+      break;
+    case A::choose:
+    case A::openSubmenu:
+      activateRow(level, result.row, true);
+      break;
+    case A::slideNext:
+    case A::slidePrevious:
+      slideBy(result.action == A::slideNext ? 1 : -1);
+      break;
+    case A::closeSubmenu: {
       const int parentRow = levels_[level - 1].expanded;
       closeLevelsFrom(level);
       focusRow(level - 1, parentRow);
-    } else {
-      slideBy(-1);
+      break;
     }
-  } else if (key == "Escape") {
-    if (level > 0) {
-      const int parentRow = levels_[level - 1].expanded;
-      closeLevelsFrom(level);
-      focusRow(level - 1, parentRow);
-    } else {
+    case A::dismiss:
       closeReason_ = CloseReason::escape;
       model_.dismissMenu();
-    }
-  } else if (key == "Tab") {
-    closeReason_ = CloseReason::other;
-    model_.dismissMenu();
-    handled = false;
-  } else {
-    handled = false;
+      break;
+    case A::leave:
+      closeReason_ = CloseReason::other;
+      model_.dismissMenu();
+      return;
   }
-  if (handled) {
-    event.call<void>("preventDefault");
-    event.call<void>("stopPropagation");
+  event.call<void>("preventDefault");
+  event.call<void>("stopPropagation");
+}
+
+std::vector<menubar::MenuRow> MenuBarView::rows(std::size_t level) const {
+  std::vector<menubar::MenuRow> out;
+  if (level >= levels_.size()) return out;
+  for (std::size_t i = 0; i < levels_[level].items.size(); ++i) {
+    const auto* entry = entryAt(level, static_cast<int>(i));
+    out.push_back({entry && !entry->grayed, entry && entry->submenu >= 0});
   }
+  return out;
 }
 
 void MenuBarView::queueTimerChanged(bool enabled) {
@@ -609,11 +582,7 @@ void MenuBarView::queueTick(void* self) { static_cast<MenuBarView*>(self)->model
 EditorMenuBar::EditorMenuBar(val bar, val root) : view_(model_, std::move(bar), std::move(root)) {
   model_.menuItemSelected = [this](const std::string& key) {
     view_.raiseSelected(key);
-    if (dispatch_) {
-      dispatch_(key);
-    } else {
-      routeKey(key);
-    }
+    if (dispatch_) dispatch_(key);
   };
 }
 
@@ -634,18 +603,5 @@ void EditorMenuBar::connect(editor::ControlHooks& hooks) {
   };
 }
 
-void EditorMenuBar::routeKey(const std::string& key) {
-  guarded("mcMenuBar1_menuItemSelected", [&] {
-    if (key == "wysiwyg" || key == "html") {
-      if (commands_.setView) commands_.setView(key);
-    } else if (key == "saveToServer") {
-      if (commands_.saveToServer) commands_.saveToServer();
-    }
-  });
-}
-
 }  // namespace vellmar::browser
 
-EMSCRIPTEN_BINDINGS(vellmar_menubar) {
-  emscripten::function("vellmarMenuBarEvent", &vellmar::browser::onDomEvent);
-}

@@ -9,7 +9,9 @@
 
 #include "editor/control.h"
 #include "menubar/menu_bar.h"
+#include "menubar/menu_keys.h"
 #include "menubar/settings_store.h"
+#include "platform/browser/event_route.h"
 
 namespace vellmar::browser {
 
@@ -54,10 +56,11 @@ class MenuBarView final : public menubar::MenuBarObserver {
     std::vector<emscripten::val> items;  // the choosable rows, in order (separators left out)
     std::vector<int> entries;            // popup entry index of each row
     int expanded = -1;                   // row whose submenu is open
+    std::vector<int> listeners;          // removed with the level
   };
   enum class CloseReason { none, escape, other };
 
-  emscripten::val listener(int kind, int index) const;
+  int listen(const emscripten::val& target, const char* type, int kind, int index, bool capture = false);
   void renderButtons();
   std::vector<menubar::MenuId> shownButtons() const;
   void focusButton(menubar::MenuId button);
@@ -72,16 +75,18 @@ class MenuBarView final : public menubar::MenuBarObserver {
 
   void onBarKey(menubar::MenuId button, const emscripten::val& event);
   void onMenuKey(std::size_t level, const emscripten::val& event);
+  // The rows of an open level as the keyboard model sees them.
+  std::vector<menubar::MenuRow> rows(std::size_t level) const;
   void slideBy(int step);
   static void queueTick(void* self);
 
   menubar::mcMenuBar& model_;
+  EventRoute route_{"mcMenuBar_event"};
   emscripten::val bar_;
   emscripten::val root_;
   emscripten::val document_;
   emscripten::val window_;
   std::vector<emscripten::val> buttons_;
-  int id_ = 0;
   menubar::MenuId tabStop_ = 0;
   menubar::Popup popup_;
   std::vector<Level> levels_;
@@ -90,26 +95,17 @@ class MenuBarView final : public menubar::MenuBarObserver {
   bool keyboard_ = false;
   CloseReason closeReason_ = CloseReason::none;
   long queueTimer_ = 0;
-  emscripten::val documentDown_ = emscripten::val::null();
-  emscripten::val windowBlur_ = emscripten::val::null();
 };
 
 // The editor's menu bar in the control: the model, its view in the control's menu bar element,
-// the recent-files store, and the route from a chosen key to the control's operations.
+// the recent-files store, and the route from a chosen key to the control's dispatch.
 class EditorMenuBar {
  public:
-  // The operations a chosen key can reach. Keys without an operation here do nothing.
-  struct Commands {
-    std::function<void(std::string_view viewKey)> setView;  // "wysiwyg" and "html"
-    std::function<void()> saveToServer;
-  };
-
   EditorMenuBar(emscripten::val bar, emscripten::val root);
 
   // Fills the control's menu hooks: building the menu, applying its switches, item visibility.
   void connect(editor::ControlHooks& hooks);
-  void setCommands(Commands commands) { commands_ = std::move(commands); }
-  // Replaces the whole routing of chosen keys (the control's dispatch, once it has one).
+  // Where chosen keys go (`mcMenuBar1_menuItemSelected`).
   void setDispatch(std::function<void(const std::string& key)> dispatch) {
     dispatch_ = std::move(dispatch);
   }
@@ -117,15 +113,10 @@ class EditorMenuBar {
   menubar::mcMenuBar& model() { return model_; }
   menubar::SettingsStore& settings() { return settings_; }
 
-  // `mcMenuBar1_menuItemSelected` until the full dispatch exists: the view keys and saving to
-  // the server are routed; every other key, and the empty key, does nothing.
-  void routeKey(const std::string& key);
-
  private:
   menubar::mcMenuBar model_;
   LocalStorageSettingsStore settings_;
   MenuBarView view_;
-  Commands commands_;
   std::function<void(const std::string& key)> dispatch_;
   bool built_ = false;
 };

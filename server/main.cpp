@@ -1,3 +1,5 @@
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <pthread.h>
@@ -29,9 +31,13 @@ int main(int argc, char** argv) {
     return 1;
   }
 
+  std::atomic<bool> runReturned{false};
   std::thread waiter([&] {
     int sig = 0;
     sigwait(&signals, &sig);
+    // A stop asked for before run() has begun to accept would be lost, and the server would run
+    // on: a signal can come the moment the address is printed.
+    while (!server.running() && !runReturned) std::this_thread::sleep_for(std::chrono::milliseconds(5));
     server.stop();
   });
 
@@ -39,6 +45,7 @@ int main(int argc, char** argv) {
               server.boundPort());
   std::fflush(stdout);
   server.run();
+  runReturned = true;
   // run() also returns when listening fails; wake the waiter so it can be joined.
   pthread_kill(waiter.native_handle(), SIGTERM);
   waiter.join();

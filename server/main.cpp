@@ -31,23 +31,21 @@ int main(int argc, char** argv) {
     return 1;
   }
 
-  std::atomic<bool> finished{false};
+  std::atomic<bool> runReturned{false};
   std::thread waiter([&] {
     int sig = 0;
     sigwait(&signals, &sig);
-    // A signal that arrives before run() has begun to listen finds nothing to stop yet, so the
-    // stop is repeated until run() has returned.
-    while (!finished) {
-      server.stop();
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    // A stop asked for before run() has begun to accept would be lost, and the server would run
+    // on: a signal can come the moment the address is printed.
+    while (!server.running() && !runReturned) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    server.stop();
   });
 
   std::printf("vellmar-server listening on http://%s:%d/\n", options.host.c_str(),
               server.boundPort());
   std::fflush(stdout);
   server.run();
-  finished = true;
+  runReturned = true;
   // run() also returns when listening fails; wake the waiter so it can be joined.
   pthread_kill(waiter.native_handle(), SIGTERM);
   waiter.join();

@@ -247,6 +247,8 @@ void ReferenceServer::run() { impl_->http.listen_after_bind(); }
 
 void ReferenceServer::stop() { impl_->http.stop(); }
 
+bool ReferenceServer::running() const { return impl_->http.is_running(); }
+
 int ReferenceServer::boundPort() const { return impl_->port; }
 
 bool parseOptions(int argc, char** argv, Options& options, std::string& error) {

@@ -33,6 +33,8 @@ class ReferenceServer {
   // Serves until stop() is called (from a signal handler's thread or another thread).
   void run();
   void stop();
+  // Whether run() has begun to accept connections (and not yet returned).
+  bool running() const;
   int boundPort() const;
 
  private:

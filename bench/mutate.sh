@@ -75,7 +75,7 @@ run_programs() {
       return
     fi
     # The subshell's own report of a crash ("Segmentation fault") goes to the log as well.
-    if ! (cd "$build/tests" && timeout "$limit" "./$program") >"$work/test.log" 2>&1; then
+    if ! (cd "$build/tests" && timeout "$limit" "./$program"; exit $?) >"$work/test.log" 2>&1; then
       echo "$program"
       return
     fi

@@ -74,7 +74,8 @@ run_programs() {
       echo uncompilable
       return
     fi
-    if ! (cd "$build/tests" && timeout "$limit" "./$program" >"$work/test.log" 2>&1); then
+    # The subshell's own report of a crash ("Segmentation fault") goes to the log as well.
+    if ! (cd "$build/tests" && timeout "$limit" "./$program"; exit $?) >"$work/test.log" 2>&1; then
       echo "$program"
       return
     fi

@@ -33,10 +33,12 @@ test('without domain and port the page names both parameters, and Loaded follows
   assert.equal(await dialog.getByRole('tab').count(), 0);
   assert.equal(await page.locator('iframe.vellmar-message-frame').getAttribute('sandbox'), '');
 
-  await page.waitForTimeout(200);
-  assert.deepEqual(await page.evaluate(() => window.__loaded), [], 'Loaded waits for the window');
+  await page.evaluate(() => document.getElementById('ed').addEventListener('Loaded', () => {
+    window.__windowOpenAtLoaded = !!document.getElementById('ed').shadowRoot.querySelector('dialog[open]');
+  }));
   await dialog.getByRole('button', { name: 'OK' }).click();
   await page.waitForFunction(() => window.__loaded.length === 1);
+  assert.equal(await page.evaluate(() => window.__windowOpenAtLoaded), false, 'Loaded waits for the window');
   await dialog.waitFor({ state: 'hidden' });
   // The control stays empty: no menu bar, no toolbars, no view tabs.
   const editor = page.locator('#ed');

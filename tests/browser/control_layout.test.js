@@ -106,10 +106,19 @@ test('without the HTML view there are no tabs and the editing area starts below 
   await page.close();
 });
 
-test('the progress indicator is hidden while nothing is loading', async () => {
+test('the progress indicator shows while the document loads and goes once it has arrived', async () => {
   const page = await env.newPage();
-  await open(page, 600);
-  await page.waitForTimeout(200);  // several 50 ms ticks
-  assert.equal(await page.locator('#e').getByRole('progressbar').count(), 0);
+  let release;
+  const held = new Promise((r) => { release = r; });
+  await page.route('**/held-document', async (route) => {
+    await held;
+    await route.fulfill({ status: 200, contentType: 'text/html', body: '<p>Arrived</p>' });
+  });
+  await open(page, 600, '<param name="pathToContent" value="/held-document">');
+  const progress = page.locator('#e').getByRole('progressbar');
+  await progress.waitFor({ state: 'visible' });
+  release();
+  await page.waitForFunction(() => document.getElementById('e').getBodyHTML().includes('Arrived'));
+  await progress.waitFor({ state: 'hidden' });
   await page.close();
 });

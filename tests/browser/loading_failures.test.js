@@ -15,7 +15,7 @@ test('without the server the demo editor still opens, quietly, and takes a docum
   await page.route('**/cms/styles.css', (route) => route.abort('connectionrefused'));
   await page.goto(env.server.url + '/');
   await page.waitForFunction(() => window.__loaded.length === 1);
-  await page.waitForTimeout(500);
+  await page.getByRole('status').filter({ hasText: 'Load failed: cannot reach the server' }).waitFor();
   assert.equal(await page.getByRole('dialog').count(), 0);
   assert.equal(await page.evaluate(() => document.getElementById('editor1').vellmarEngine.bodyHTML), '');
 

@@ -40,8 +40,10 @@ test('saving posts vmContent, adopts the returned id, and a second save is a new
   assert.doesNotMatch(posts[0].url, /vmContentID/);
 
   await writeDocument(page, '<p>Second version</p>');
+  const second = page.waitForResponse((r) => r.url().includes('/cms/save'));
   await chooseSave(page);
-  await page.waitForTimeout(300);
+  await second;
+  await page.getByRole('status').filter({ hasText: 'Saved' }).waitFor();
   assert.equal(posts.length, 2);
   assert.match(posts[1].url, new RegExp(`vmContentID=${id}(&|$)`));
   assert.equal(await contentId(page), id);
@@ -118,7 +120,7 @@ test('with the server gone a save changes nothing: logged quietly, shown in debu
   await writeDocument(page, '<p>Unsaved work</p>');
   await page.route('**/cms/save*', (route) => route.abort('connectionrefused'));
   await chooseSave(page);
-  await page.waitForTimeout(500);
+  await page.getByRole('status').filter({ hasText: 'Save failed: cannot reach the server' }).waitFor();
   assert.equal(await page.getByRole('dialog').count(), 0);
   assert.equal(await body(page), '<p>Unsaved work</p>');
   assert.equal(await contentId(page), '');
@@ -135,9 +137,17 @@ test('with the server gone a save changes nothing: logged quietly, shown in debu
 test('KeepAliveTimeout 0 requests the keep-alive page on every tick', async () => {
   const page = await env.openDemo();
   const times = [];
-  page.on('request', (r) => { if (r.url().includes('/cms/keepalive')) times.push(Date.now()); });
+  let thirdSeen;
+  const third = new Promise((r) => { thirdSeen = r; });
+  page.on('request', (r) => {
+    if (!r.url().includes('/cms/keepalive')) return;
+    times.push(Date.now());
+    if (times.length === 3) thirdSeen();
+  });
   await editor(page, () => { document.getElementById('editor1').KeepAliveTimeout = 0; });
-  await page.waitForTimeout(3600);
-  assert.ok(times.length >= 3 && times.length <= 4, `${times.length} requests`);
+  await third;
+  // One request a tick of the one-second timer, not several at once.
+  const gaps = times.slice(1, 3).map((t, i) => t - times[i]);
+  for (const gap of gaps) assert.ok(gap > 500 && gap < 2500, `gaps ${gaps.join(', ')} ms`);
   await page.close();
 });

@@ -39,6 +39,9 @@ TEST(UrlEncode, KeepsUnreservedAndEncodesEveryOtherUtf8Byte) {
   EXPECT_EQ(urlEncode("caf\xC3\xA9"), "caf%C3%A9");
   EXPECT_EQ(urlEncode(kSample), kSampleEncoded);  // nothing above 255 is dropped
   EXPECT_EQ(urlEncode(std::string("\0\r\n", 3)), "%00%0D%0A");
+  // The top of each byte range is kept, not cut off: y with diaeresis, and a lone 0xFF byte.
+  EXPECT_EQ(urlEncode("\xC3\xBF"), "%C3%BF");
+  EXPECT_EQ(urlEncode("\xFF"), "%FF");
 }
 
 TEST(Composition, EveryPartOfARequestCarriesUtf8Whole) {

@@ -131,6 +131,14 @@ TEST_F(Lifecycle, TimeoutFiresAfterExactlyTheGivenTicks) {
   EXPECT_EQ(rec.events.size(), 2u);
 }
 
+TEST_F(Lifecycle, AOneSecondLimitFiresOnTheFirstTick) {
+  request.http(0, "h", "/a", 1, 80);
+  EXPECT_TRUE(loop.timer->on);
+  net().connected();
+  loop.second();
+  EXPECT_EQ(rec.events, (Events{"started", "timeout"}));
+}
+
 TEST_F(Lifecycle, NoTimeLimitBelowOneSecond) {
   for (int limit : {0, -5}) {
     request.http(0, "h", "/a", limit, 80);

@@ -136,6 +136,9 @@ test('visual aids: the View item is checked and the engine outlines cells; again
   assert.equal(await outline(), 'none');
   // Display only: the document is the same.
   assert.equal(await rawBody(page), '<table><tbody><tr><td>cell</td></tr></tbody></table>');
+  // The document's relative addresses resolve against the content server.
+  assert.equal(await page.evaluate(() => document.getElementById('ed').vellmarEngine.baseURL),
+    `http://127.0.0.1:${env.server.port}`);
   await page.close();
 });
 

@@ -160,3 +160,20 @@ test('undo after a context menu command restores the document before it', async 
   assert.equal(await rawBody(page), '<p>x <a href="http://a.test/">link</a></p>');
   await page.close();
 });
+
+test('Help: Contents... opens the help address; About and Check Spelling without their dialogs do nothing', async () => {
+  const page = await openEditor(env, { HelpContentsURL: `${env.server.url}/help-contents` });
+  await page.route(`${env.server.url}/help-contents`, (route) =>
+    route.fulfill({ status: 200, contentType: 'text/html', body: '<title>Help</title>' }));
+  await setContent(page, '<p>te|xt</p>');
+  const opened = page.context().waitForEvent('page');
+  await choose(page, 'Help', 'Contents...');
+  const help = await opened;
+  await help.waitForLoadState();
+  assert.equal(help.url(), `${env.server.url}/help-contents`);
+  await help.close();
+  await choose(page, 'Help', 'About Vellmar');
+  await choose(page, 'Edit', 'Check Spelling');
+  assert.equal(await docWithSelection(page), '<p>te|xt</p>');
+  await page.close();
+});

@@ -420,9 +420,9 @@ void EditorCommands::copyHTML() {
     const dom::SelectionObject selection = engine_.DOM().selection();
     std::string html;
     if (selection.kind() == SelectionType::Control) {
-      html = selection.createControlRange().item(0).outerHTML();
-    } else {
-      html = selection.createRange().parentElement().innerHTML();
+      if (const dom::Element item = selection.createControlRange().item(0)) html = item.outerHTML();
+    } else if (const dom::Element parent = selection.createRange().parentElement()) {
+      html = parent.innerHTML();
     }
     clipboardWrite(html);
   });
@@ -574,7 +574,7 @@ void EditorCommands::applyLink(const LinkChoice& choice) {
     if (control) {
       // The engine wrapped the selected element in the new link.
       quietly([&] {
-        const dom::Element parent = selected.parentElement();
+        const dom::Element parent = selected ? selected.parentElement() : dom::Element();
         if (parent && parent.tagName() == "A") anchor = parent;
       });
     }
@@ -665,7 +665,11 @@ void EditorCommands::setFontSize(std::string_view key) {
         engine_.ExecCommand(number(Decmd::SetFontSize), 0, static_cast<double>(*size));
       }
       // The engine may give the text a face along with the size; it is not the user's.
-      if (!hadFace) quietly([&] { findParentTag("font").removeAttribute("face"); });
+      if (!hadFace) {
+        quietly([&] {
+          if (dom::Element font = findParentTag("font")) font.removeAttribute("face");
+        });
+      }
       return;
     }
     if (!checkForParentTag("font")) return;
@@ -707,6 +711,7 @@ void EditorCommands::setBlockFormat(std::string_view name) {
 void EditorCommands::applyClass(std::string_view className) {
   guarded("applyClass", [&] {
     dom::Element element = selectedElement();
+    if (!element) return;
     engine_.beginChange();
     element.removeAttribute("className");
     element.setAttribute("className", className, 1);
@@ -717,6 +722,7 @@ void EditorCommands::applyClass(std::string_view className) {
 void EditorCommands::clearStyle() {
   guarded("clearStyle", [&] {
     dom::Element element = selectedElement();
+    if (!element) return;
     engine_.beginChange();
     element.removeAttribute("className");
   });

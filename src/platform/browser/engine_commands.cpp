@@ -637,7 +637,7 @@ val Engine::insertMarkup(const std::string& html) {
     range.call<void>("selectNode", ctx.control.js());
     dom::setControlSelection(document_, dom::Element());
   }
-  range.call<void>("deleteContents");
+  dom::call(range, "deleteContents");
   // Parsed in the edited document, whose frame runs no script: a script or an event handler
   // attribute in the markup stays inert.
   val fragment = dom::call(range, "createContextualFragment", html);
@@ -645,6 +645,11 @@ val Engine::insertMarkup(const std::string& html) {
   result.set("first", fragment["firstChild"]);
   result.set("last", fragment["lastChild"]);
   const val last = fragment["lastChild"];
+  if (last.isNull()) {
+    // Nothing to put in: the selection is only taken away.
+    dom::noteChange();
+    return result;
+  }
 
   // Block elements cannot stand inside a paragraph, heading, address or preformatted block: such a
   // block is split at the selection and the markup goes between the halves; a half left empty goes.
@@ -668,12 +673,12 @@ val Engine::insertMarkup(const std::string& html) {
   }
   if (!block.isNull()) {
     val tail = range.call<val>("cloneRange");
-    tail.call<void>("setEndAfter", block);
-    val rest = tail.call<val>("extractContents");
+    dom::call(tail, "setEndAfter", block);
+    val rest = dom::call(tail, "extractContents");
     const val restBlock = rest["firstElementChild"];
     val parent = block["parentNode"];
-    parent.call<val>("insertBefore", fragment, block["nextSibling"]);
-    parent.call<val>("insertBefore", rest, last["nextSibling"]);
+    dom::call(parent, "insertBefore", fragment, block["nextSibling"]);
+    dom::call(parent, "insertBefore", rest, last["nextSibling"]);
     // The split leaves the inline elements it cut through behind, empty, at the cut.
     pruneEmptyInline(block);
     if (!restBlock.isNull()) pruneEmptyInline(restBlock);

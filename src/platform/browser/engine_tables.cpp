@@ -152,10 +152,10 @@ void Engine::applyTableEdit(DomTable& table, const editing::TableEdit& edit) {
     if (newRow) {
       tr = document_.call<val>("createElement", std::string("tr"));
       if (!previous.isNull()) {
-        previous["parentNode"].call<val>("insertBefore", tr, previous["nextSibling"]);
+        dom::call(previous["parentNode"], "insertBefore", tr, previous["nextSibling"]);
       } else {
         const val first = table.rows.front();
-        first["parentNode"].call<val>("insertBefore", tr, first);
+        dom::call(first["parentNode"], "insertBefore", tr, first);
       }
     } else {
       tr = table.rows[static_cast<std::size_t>(row.id)];
@@ -177,7 +177,7 @@ void Engine::applyTableEdit(DomTable& table, const editing::TableEdit& edit) {
         cellKept[id] = true;
         place = place || oldRow[id] != row.id;
       }
-      if (place) tr.call<val>("insertBefore", element, next);
+      if (place) dom::call(tr, "insertBefore", element, next);
       const editing::CellShape* before = cell.id == editing::kNewPart ? nullptr : oldCell[static_cast<std::size_t>(cell.id)];
       if (!before || before->rowSpan != cell.rowSpan) writeSpan(element, "rowspan", cell.rowSpan);
       if (!before || before->colSpan != cell.colSpan) writeSpan(element, "colspan", cell.colSpan);

@@ -14,7 +14,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "vellmar-server: %s\n", error.c_str());
     std::fprintf(stderr,
                  "usage: vellmar-server [--host 127.0.0.1] [--port 8080] [--data DIR] [--web DIR]\n"
-                 "                      [--demo DIR] [--session-minutes 20] [--max-upload 2097152]\n");
+                 "                      [--demo DIR] [--session-minutes 20] [--max-upload 2097152]\n"
+                 "                      [--max-document 67108864]\n");
     return 2;
   }
 

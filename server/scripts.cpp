@@ -9,6 +9,7 @@
 #include <string>
 
 #include "http/charset.h"
+#include "server/form.h"
 #include "server/multipart.h"
 
 namespace vellmar::server {
@@ -23,21 +24,30 @@ constexpr const char* kHtml = "text/html; charset=utf-8";
 constexpr const char* kXml = "text/xml; charset=utf-8";
 constexpr const char* kText = "text/plain; charset=utf-8";
 
-// The library's own multipart reader refuses a body whose closing delimiter has no line end after
-// it, which is exactly how the editor ends its uploads. The upload's Content-Type is therefore
-// moved to this header before the library reads the body, so the body arrives raw and is split by
-// parseMultipart.
-constexpr const char* kUploadContentType = "X-Vellmar-Upload-Content-Type";
+// The server reads the bodies of its POST scripts itself: the library's multipart reader refuses
+// a body whose closing delimiter has no line end after it (exactly how the editor ends its
+// uploads), and its form reader refuses any URL-encoded body over 8 KB (every save of a real
+// document). The Content-Type is therefore moved to this header before the library reads the
+// body, so the body arrives raw.
+constexpr const char* kBodyContentType = "X-Vellmar-Body-Content-Type";
 
-void takeOverUploadBody(const httplib::Request& req) {
+void takeOverBody(const httplib::Request& req) {
   // The library hands the pre-routing hook a const view of its own, non-const request.
   auto& headers = const_cast<httplib::Request&>(req).headers;
-  headers.erase(kUploadContentType);
+  headers.erase(kBodyContentType);
   const auto it = headers.find("Content-Type");
   if (it == headers.end()) return;
   std::string value = it->second;
   headers.erase(it);
-  headers.emplace(kUploadContentType, std::move(value));
+  headers.emplace(kBodyContentType, std::move(value));
+}
+
+// The URL's variables and, for a URL-encoded body, the form's fields.
+FormFields fieldsOf(const httplib::Request& req) {
+  FormFields fields;
+  for (const auto& [name, value] : req.params) fields.add(name, value);
+  if (isUrlEncodedForm(req.get_header_value(kBodyContentType))) fields.add(parseUrlEncoded(req.body));
+  return fields;
 }
 
 const FormPart* findPart(const std::vector<FormPart>& parts, std::string_view name) {
@@ -70,9 +80,10 @@ httplib::Server::Handler guarded(Script script, const char* cacheControl = "no-s
 }
 
 // A document number from a request variable; nothing when the variable is absent or empty.
-std::optional<std::int64_t> documentId(const httplib::Request& req) {
-  if (!req.has_param("vmContentID")) return std::nullopt;
-  const std::string text = req.get_param_value("vmContentID");
+std::optional<std::int64_t> documentId(const FormFields& fields) {
+  const auto given = fields.get("vmContentID");
+  if (!given) return std::nullopt;
+  const std::string& text = *given;
   std::string_view trimmed = text;
   while (!trimmed.empty() && trimmed.front() == ' ') trimmed.remove_prefix(1);
   while (!trimmed.empty() && trimmed.back() == ' ') trimmed.remove_suffix(1);
@@ -110,8 +121,13 @@ std::string readWholeFile(const fs::path& path) {
 }  // namespace
 
 Scripts::Scripts(Database& db, SessionStore& sessions, DocumentStore& documents, MediaStore& media,
-                 std::size_t maxUpload)
-    : db_(db), sessions_(sessions), documents_(documents), media_(media), maxUpload_(maxUpload) {}
+                 std::size_t maxUpload, std::size_t maxDocument)
+    : db_(db),
+      sessions_(sessions),
+      documents_(documents),
+      media_(media),
+      maxUpload_(maxUpload),
+      maxDocument_(maxDocument) {}
 
 void Scripts::install(httplib::Server& http) {
   http.set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
@@ -120,7 +136,7 @@ void Scripts::install(httplib::Server& http) {
       const std::string token =
           SessionStore::cookieValue(req.get_header_value("Cookie"), SessionStore::kCookieName);
       if (sessions_.touch(token, req.path == paths::kKeepAlive)) {
-        if (req.path == paths::kImageUpload) takeOverUploadBody(req);
+        if (req.method == "POST") takeOverBody(req);
         return httplib::Server::HandlerResponse::Unhandled;
       }
       answer(res, 403,
@@ -134,7 +150,7 @@ void Scripts::install(httplib::Server& http) {
   });
 
   http.Get(paths::kContent, guarded([this](const httplib::Request& req, httplib::Response& res) {
-    auto id = documentId(req);
+    auto id = documentId(fieldsOf(req));
     if (!id) id = documents_.firstDocument();
     std::optional<std::string> body;
     if (id) body = documents_.latest(*id);
@@ -147,10 +163,14 @@ void Scripts::install(httplib::Server& http) {
   }));
 
   http.Post(paths::kSave, guarded([this](const httplib::Request& req, httplib::Response& res) {
-    if (!req.has_param("vmContent"))
-      throw RequestError(400, "Nothing to save: the form field vmContent is missing.");
-    const auto id = documentId(req);
-    const std::string content = req.get_param_value("vmContent");
+    const FormFields fields = fieldsOf(req);
+    const auto given = fields.get("vmContent");
+    if (!given) throw RequestError(400, "Nothing to save: the form field vmContent is missing.");
+    const auto id = documentId(fields);
+    const std::string& content = *given;
+    if (content.size() > maxDocument_)
+      throw RequestError(413, "The document is larger than the server's limit of " +
+                                  std::to_string(maxDocument_) + " bytes.");
     // Stored bytes are served as UTF-8; anything else would come back as replacement characters.
     if (!http::isValidUtf8(content))
       throw RequestError(400, "The document is not UTF-8 text; send vmContent percent-encoded as UTF-8.");
@@ -187,7 +207,7 @@ void Scripts::install(httplib::Server& http) {
   }));
 
   http.Post(paths::kImageUpload, guarded([this](const httplib::Request& req, httplib::Response& res) {
-    const std::string boundary = multipartBoundary(req.get_header_value(kUploadContentType));
+    const std::string boundary = multipartBoundary(req.get_header_value(kBodyContentType));
     if (boundary.empty())
       throw RequestError(400, "An image upload must be sent as multipart/form-data.");
     const auto parts = parseMultipart(req.body, boundary);
@@ -215,9 +235,9 @@ void Scripts::install(httplib::Server& http) {
   }));
 
   http.Post(paths::kImageDelete, guarded([this](const httplib::Request& req, httplib::Response& res) {
-    if (!req.has_param("vmImagePath"))
-      throw RequestError(400, "Nothing to delete: the form field vmImagePath is missing.");
-    const StoredImage image = media_.remove(req.get_param_value("vmImagePath"));
+    const auto path = fieldsOf(req).get("vmImagePath");
+    if (!path) throw RequestError(400, "Nothing to delete: the form field vmImagePath is missing.");
+    const StoredImage image = media_.remove(*path);
     res.set_content("<p>Deleted the image " + image.name + " (" + MediaStore::kUrlPrefix +
                         image.file + ").</p>",
                     kHtml);

@@ -36,7 +36,7 @@ constexpr const char* kLastDocumentCookie = "vmDocument";
 class Scripts {
  public:
   Scripts(Database& db, SessionStore& sessions, DocumentStore& documents, MediaStore& media,
-          std::size_t maxUpload);
+          std::size_t maxUpload, std::size_t maxDocument);
 
   // Registers the scripts, the /media/ files and the session check on `http`.
   void install(httplib::Server& http);
@@ -47,6 +47,7 @@ class Scripts {
   DocumentStore& documents_;
   MediaStore& media_;
   std::size_t maxUpload_;
+  std::size_t maxDocument_;
 };
 
 }  // namespace vellmar::server

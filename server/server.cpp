@@ -42,7 +42,7 @@ struct ReferenceServer::Impl {
         sessions(db, sessionLifetime(options.sessionMinutes)),
         documents(db),
         media(db, options.dataDir / "media"),
-        scripts(db, sessions, documents, media, options.maxUpload) {}
+        scripts(db, sessions, documents, media, options.maxUpload, options.maxDocument) {}
 
   Options options;
   Database db;
@@ -193,9 +193,10 @@ std::string ReferenceServer::start() {
   // recognises in lower case; without this every editor request would wait out the keep-alive
   // time before its answer is complete (the editor reads to the server's close).
   http.set_keep_alive_max_count(1);
-  // Large enough for any document; an image beyond the upload limit is read and then refused
-  // with its own message, a body beyond this is cut off by the library with 413.
-  http.set_payload_max_length(std::max<std::size_t>(o.maxUpload + (1u << 20), 32u << 20));
+  // Large enough for the largest document and image; an image or document beyond its own limit
+  // is read and then refused with its own message, a body beyond this is refused by the library
+  // with 413 before it is read.
+  http.set_payload_max_length(maxRequestBody(o));
   // The library's default also sets SO_REUSEPORT, which would let a second server share a port
   // that is taken instead of failing at start.
   http.set_socket_options([](socket_t sock) {
@@ -223,8 +224,13 @@ std::string ReferenceServer::start() {
         res.status = 500;
         res.set_content("Internal error.\n", "text/plain");
       });
-  http.set_error_handler([](const httplib::Request& req, httplib::Response& res) {
-    if (res.body.empty()) {
+  const std::size_t bodyLimit = maxRequestBody(o);
+  http.set_error_handler([bodyLimit](const httplib::Request& req, httplib::Response& res) {
+    if (res.body.empty() && res.status == 413) {
+      res.set_content("413 Payload Too Large: the request is larger than the server's limit of " +
+                          std::to_string(bodyLimit) + " bytes.\n",
+                      "text/plain");
+    } else if (res.body.empty()) {
       res.set_content(std::to_string(res.status) + " " + statusText(res.status) + " " + req.path +
                           "\n",
                       "text/plain");
@@ -250,6 +256,10 @@ void ReferenceServer::stop() { impl_->http.stop(); }
 bool ReferenceServer::running() const { return impl_->http.is_running(); }
 
 int ReferenceServer::boundPort() const { return impl_->port; }
+
+std::size_t maxRequestBody(const Options& options) {
+  return std::max(options.maxUpload, 3 * options.maxDocument) + (1u << 20);
+}
 
 bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
   options.webDir = VELLMAR_DEFAULT_WEB_DIR;
@@ -295,16 +305,17 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
         return false;
       }
       options.sessionMinutes = minutes;
-    } else if (arg == "--max-upload") {
+    } else if (arg == "--max-upload" || arg == "--max-document") {
       if (!value(v)) return false;
       char* end = nullptr;
       const unsigned long long bytes = std::strtoull(v.c_str(), &end, 10);
       if (v.empty() || v.front() == '-' || *end != '\0' || bytes == 0 ||
           bytes > (1ull << 30)) {
-        error = "--max-upload must be a number of bytes from 1 to 1073741824, not '" + v + "'";
+        error = arg + " must be a number of bytes from 1 to 1073741824, not '" + v + "'";
         return false;
       }
-      options.maxUpload = static_cast<std::size_t>(bytes);
+      (arg == "--max-upload" ? options.maxUpload : options.maxDocument) =
+          static_cast<std::size_t>(bytes);
     } else {
       error = "unknown option " + arg;
       return false;

@@ -15,6 +15,7 @@ struct Options {
   std::filesystem::path demoDir;  // demo pages and their assets
   double sessionMinutes = 20;     // a session lapses after this long without a request
   std::size_t maxUpload = 2097152;  // largest image file accepted, in bytes
+  std::size_t maxDocument = 67108864;  // largest document a save stores, in bytes
 };
 
 // The reference server: serves the component under /vellmar/, the demo page at / and the
@@ -41,6 +42,10 @@ class ReferenceServer {
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };
+
+// The largest request body the server reads: room for the largest upload and for the largest
+// document percent-encoded at its worst (three bytes a byte), plus the form around it.
+std::size_t maxRequestBody(const Options& options);
 
 // Parses the command line; on failure returns false with a one-line message in `error`.
 bool parseOptions(int argc, char** argv, Options& options, std::string& error);

@@ -98,6 +98,7 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   root_.call<void>("appendChild", surface_);
 
   installBrowserDebugLog();
+  messageBoxes_ = std::make_unique<MessageBoxes>(root_);
   view_ = std::make_unique<ControlView>(surface_, root_);
   editor::ControlHooks hooks;
   // The menu bar draws into the control's menu bar element and answers the control's menu hooks.
@@ -155,6 +156,7 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
 
 ElementHost::~ElementHost() {
   menuBar_->setDispatch({});
+  messageBoxes_.reset();
   commands_.reset();
   view_->setEngineAccess({}, {});
   documents_.reset();
@@ -180,6 +182,7 @@ void ElementHost::show() {
                                                    view_->element(editor::Child::SourceBox),
                                                    std::move(commandHooks));
       commands_->exposeTo(element_);
+      wireDialogs();
       menuBar_->setDispatch([this](const std::string& key) { commands_->dispatch(key); });
       view_->setEngineAccess([this] { return engine_->Busy(); },
                              [this] { guarded("caretToStart", [&] { views_->caretToStart(); }); });

@@ -12,6 +12,7 @@
 #include "platform/browser/control_view.h"
 #include "platform/browser/editor_views.h"
 #include "platform/browser/menubar_view.h"
+#include "platform/browser/modal_dialog.h"
 
 namespace vellmar::browser {
 
@@ -71,6 +72,8 @@ class ElementHost {
  private:
   // The views and the server exchanges, and the control hooks that reach them.
   void wireDocuments(editor::ControlHooks& hooks);
+  // The dialogs and panels the commands open (host_dialogs.cpp).
+  void wireDialogs();
 
   val element_;
   val root_ = val::undefined();     // the shadow root
@@ -87,6 +90,8 @@ class ElementHost {
   std::unique_ptr<EditorCommands> commands_;
   // The document, style sheet, save and keep-alive exchanges.
   std::unique_ptr<editor::ServerDocuments> documents_;
+  // This editor's message boxes, shared by its dialogs.
+  std::unique_ptr<MessageBoxes> messageBoxes_;
 };
 
 // Public property names in the order of the control's public interface.

@@ -152,10 +152,11 @@ test('Cell Properties: colours typed or picked, alignment and no-wrap write into
 
 test('Image Properties: size, alternative text, border and alignment; a picked size is read back from the handles', async () => {
   const page = await openEditor(env);
-  await setContent(page, `<p>see <img src="${GIF}" style="width: 60px; height: 30px;"> here</p>`);
+  await setContent(page, `<p>see <img src="${GIF}" border="2" style="width: 60px; height: 30px;"> here</p>`);
   const panel = await openPanel(page, frame(page).locator('img'), 'Image Properties...');
   assert.equal(await panel.getByLabel('Width:').inputValue(), '60px');
-  assert.deepEqual(await attributes(page, 'img'), { src: GIF, width: '60px', height: '30px' });
+  assert.equal(await panel.getByLabel('Border:').inputValue(), '2');
+  assert.deepEqual(await attributes(page, 'img'), { src: GIF, border: '2', width: '60px', height: '30px' });
 
   await enter(panel.getByLabel('Width:'), '150px');
   assert.equal(await panel.getByLabel('Width:').inputValue(), '150');
@@ -199,20 +200,22 @@ test('Image Properties: with DisableEditImageWidthHeight the size fields cannot 
 
 test('Horizontal Rule Properties: full width on opening, then width, size and shade; Undo takes each back', async () => {
   const page = await openEditor(env);
-  await setContent(page, '<p>above</p><hr><p>below</p>');
-  const panel = await openPanel(page, frame(page).locator('hr'), 'Horizontal Rule Properties...');
+  await setContent(page, '<p>above</p><hr size="8"><p>below</p>');
+  // Beside the middle, where the selection's handles would cover a thin rule.
+  const panel = await openPanel(page, frame(page).locator('hr'), 'Horizontal Rule Properties...', { x: 100, y: 4 });
   assert.equal(await panel.getByLabel('Width:').inputValue(), '100%');
+  assert.equal(await panel.getByLabel('Height:').inputValue(), '8');
   assert.equal(await panel.getByLabel('Shaded').isChecked(), true);
-  assert.deepEqual(await attributes(page, 'hr'), { width: '100%' });
+  assert.deepEqual(await attributes(page, 'hr'), { size: '8', width: '100%' });
   await enter(panel.getByLabel('Width:'), '50%');
   await enter(panel.getByLabel('Height:'), '4');
   await panel.getByLabel('Shaded').uncheck();
   assert.deepEqual(await attributes(page, 'hr'), { width: '50%', size: '4', noshade: '' });
-  assert.match(await bodyHTML(page), /<hr width="50%" size="4" noshade/);
+  assert.match(await bodyHTML(page), /<hr size="4" width="50%" noshade/);
   await choose(page, 'Edit', 'Undo');
   assert.deepEqual(await attributes(page, 'hr'), { width: '50%', size: '4' });
   await choose(page, 'Edit', 'Undo');
-  assert.deepEqual(await attributes(page, 'hr'), { width: '50%' });
+  assert.deepEqual(await attributes(page, 'hr'), { size: '8', width: '50%' });
   // Emptying the height removes the size.
   await enter(panel.getByLabel('Height:'), '2');
   await enter(panel.getByLabel('Height:'), '');

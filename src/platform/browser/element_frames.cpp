@@ -49,7 +49,11 @@ class DomPanelElement final : public editing::PanelElement {
   }
   void removeProperty(std::string_view name) override { element_.removeAttribute(name); }
   std::string styleSize(std::string_view which) const override { return element_.style().get(which); }
-  void clearStyleSize(std::string_view which) override { element_.style().remove(which); }
+  void clearStyleSize(std::string_view which) override {
+    element_.style().remove(which);
+    // A style left empty goes with its attribute, so the document keeps no empty style="".
+    if (element_.attribute("style").find_first_not_of(" ;") == std::string::npos) element_.removeAttribute("style");
+  }
 
   std::vector<std::vector<int>> rowSpans() const override {
     std::vector<std::vector<int>> out;
@@ -126,7 +130,6 @@ void ElementFrames::buildPanel(PropertiesTarget kind) {
   p->kind = kind;
   p->element = create("div", "vellmar-panel");
   attr(p->element, "data-panel", panelName(kind));
-  p->element.set("hidden", true);
   Panel& owner = *p;
   for (const editing::PanelField& def : editing::panelFields(kind)) {
     auto f = std::make_unique<Field>();
@@ -191,7 +194,7 @@ void ElementFrames::buildPanel(PropertiesTarget kind) {
     p->element.call<void>("appendChild", cell);
     p->fields.push_back(std::move(f));
   }
-  band_.call<void>("appendChild", p->element);
+  // Only the open panel is in the band.
   panels_.push_back(std::move(p));
 }
 
@@ -222,7 +225,10 @@ void ElementFrames::showFrame(PropertiesTarget kind, std::string_view title) {
   if (!shown) return;
   if (!visible_ || tracking_.current() != kind) {
     title_.set("textContent", std::string(title));
-    for (auto& p : panels_) p->element.set("hidden", p.get() != shown);
+    for (auto& p : panels_) {
+      if (p.get() != shown) p->element.call<void>("remove");
+    }
+    band_.call<void>("appendChild", shown->element);
     band_.set("hidden", false);
     visible_ = true;
     measure();
@@ -238,7 +244,7 @@ void ElementFrames::hideAllFrames() {
   if (!visible_) return;
   visible_ = false;
   band_.set("hidden", true);
-  for (auto& p : panels_) p->element.set("hidden", true);
+  for (auto& p : panels_) p->element.call<void>("remove");
   control_.setElementFrameHeight(0);
 }
 

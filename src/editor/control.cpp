@@ -225,6 +225,13 @@ void ctlVellmar2::updateStatus() {
   editor::updateStatus(state_, h);
 }
 
+void ctlVellmar2::setElementFrameHeight(int height) {
+  height = std::max(0, height);
+  if (height == frameHeight_) return;
+  frameHeight_ = height;
+  layout();
+}
+
 bool ctlVellmar2::barIsVisible(Child bar) const {
   switch (bar) {
     case Child::MenuBar: return menuBarIsVisible_;
@@ -336,20 +343,31 @@ void ctlVellmar2::layout() {
                         kProgressHeight};
     assign(Child::Progress, progress);
     assign(Child::Status, {0, stripTop, std::max(0, progress.left - 4), kStatusStripHeight});
+    Rect area;
+    // The element frame spans the control without the view tabs, else the tabs' client area.
+    Rect frameSpan;
     if (properties_.isNonZero("DisableHtmlView")) {
       assignShown(Child::ViewTabs, false);
-      const Rect area{2, top, std::max(0, width - 4), stripTop - top};
-      assign(Child::Engine, area);
-      assign(Child::SourceBox, area);
+      area = {2, top, std::max(0, width - 4), stripTop - top};
+      frameSpan = {0, 0, width, 0};
     } else {
       const Rect tabs{0, top, width, stripTop - top};
       assignShown(Child::ViewTabs, true);
       assign(Child::ViewTabs, tabs);
-      Rect area = view_.tabClientArea(tabs);
+      area = view_.tabClientArea(tabs);
       area.height = std::max(0, area.height - 2);
-      assign(Child::Engine, area);
-      assign(Child::SourceBox, area);
+      frameSpan = area;
     }
+    // The source box never shares its room: the frame closes in the HTML view.
+    assign(Child::SourceBox, area);
+    if (frameHeight_ > 0) {
+      // Under the shrunk surface: the title line, the panel, and a gap below them.
+      area.height = std::max(0, area.height - frameHeight_ - kFrameGap);
+      if (hooks_.placeElementFrame) {
+        hooks_.placeElementFrame({frameSpan.left, area.bottom(), frameSpan.width, frameHeight_});
+      }
+    }
+    assign(Child::Engine, area);
   });
 }
 

@@ -46,6 +46,8 @@ inline constexpr int kProgressHeight = 135 / dialogs::kTwipsPerPixel;
 // The bottom strip below the editing area: the status text, and the progress indicator at its
 // right end (at most this wide, and never more than a third of the control).
 inline constexpr int kStatusStripHeight = 18;
+// Below the element property frame, between its panel and the bottom of the editing area.
+inline constexpr int kFrameGap = 2;
 inline constexpr int kProgressWidth = 160;
 
 // The page side of the control: the element's box, its child elements and the container services.
@@ -112,6 +114,8 @@ struct ControlHooks {
   // updateStatus.
   std::function<void()> checkUnderCursor;
   std::function<void()> closeElementFrame;
+  // Places the element property frame (its title line and panel) where the layout put it.
+  std::function<void(const Rect& frame)> placeElementFrame;
   // tmrKeepAlive_Timer.
   std::function<void()> keepAliveTick;
   // PropertyChanged(name) to the container.
@@ -162,6 +166,10 @@ class ctlVellmar2 {
   void placeObject(Child obj, std::optional<Child> prev);
   void setToRemainingWidth(Child obj);
   void updateStatus();
+  // The element property frame's height (title line and panel), 0 when none is shown: the
+  // editing surface gives up that room and a gap at the bottom of the editing area.
+  void setElementFrameHeight(int height);
+  int elementFrameHeight() const { return frameHeight_; }
 
   // The bar's own isVisible value (the menu bar's is the result of its switches).
   bool barIsVisible(Child bar) const;
@@ -186,6 +194,7 @@ class ctlVellmar2 {
   // again would throw away what the person typed.
   bool shownBefore_ = false;
   ToolbarVisibility toolbars_;
+  int frameHeight_ = 0;
   // Continuations that outlive the control (the message window's) check this first.
   std::shared_ptr<bool> alive_;
 };

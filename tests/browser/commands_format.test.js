@@ -113,9 +113,11 @@ test('Color... opens the colour picker and the chosen colour is written as #RRGG
   const page = await openEditor(env);
   await setContent(page, '<p>plain [warm]</p>');
   await choose(page, 'Format', 'Color...');
-  const picker = page.getByLabel('Color', { exact: true });
-  assert.equal(await picker.inputValue(), '#000000');
-  await picker.fill('#ff8000');
+  const picker = page.getByRole('dialog', { name: 'Color' });
+  const other = picker.getByLabel('Other colour');
+  assert.equal(await other.inputValue(), '#000000');
+  await other.fill('#ff8000');
+  await picker.getByRole('button', { name: 'OK' }).click();
   await page.waitForFunction(() => document.getElementById('ed').vellmarEngine.bodyHTML.includes('color'));
   assert.equal(await bodyHTML(page), '<p>plain <font color="#ff8000">warm</font></p>');
   await choose(page, 'Edit', 'Undo');

@@ -133,7 +133,6 @@ EditorCommands::EditorCommands(Engine& engine, EditorMenuBar& menuBar, val root,
 
 EditorCommands::~EditorCommands() {
   engine_.events() = Engine::Events{};
-  if (!colourPicker_.isUndefined()) colourPicker_.call<void>("remove");
   for (auto it = registry().begin(); it != registry().end();) {
     it = it->second == this ? registry().erase(it) : std::next(it);
   }
@@ -603,34 +602,14 @@ void EditorCommands::applyLink(const LinkChoice& choice) {
 
 void EditorCommands::setColor() {
   guarded("setColor", [&] {
-    if (QueryStatus(Decmd::SetForeColor) == kDisabled) return;
-    if (colourPicker_.isUndefined()) {
-      colourPicker_ = val::global("document").call<val>("createElement", std::string("input"));
-      colourPicker_.set("type", std::string("color"));
-      colourPicker_.call<void>("setAttribute", std::string("aria-label"), std::string("Color"));
-      colourPicker_.call<void>("setAttribute", std::string("class"), std::string("vellmar-colour-picker"));
-      // Out of the way and invisible; the browser shows its own picker for it.
-      val style = colourPicker_["style"];
-      style.set("position", std::string("absolute"));
-      style.set("left", std::string("0px"));
-      style.set("top", std::string("0px"));
-      style.set("width", std::string("1px"));
-      style.set("height", std::string("1px"));
-      style.set("opacity", std::string("0"));
-      style.set("border", std::string("0"));
-      style.set("padding", std::string("0"));
-      root_.call<void>("appendChild", colourPicker_);
-      route_.listen(colourPicker_, "change", [this](const val& event) { colourChosen(event); });
-    }
+    if (QueryStatus(Decmd::SetForeColor) == kDisabled || !dialogs_.colour) return;
     // Black to start with; a cancelled picker changes nothing and says nothing.
-    colourPicker_.set("value", std::string("#000000"));
-    quietly([&] { dom::call(colourPicker_, "showPicker"); });
+    dialogs_.colour("#000000", [this](const std::string& colour) { colourChosen(colour); });
   });
 }
 
-void EditorCommands::colourChosen(const val& /*event*/) {
+void EditorCommands::colourChosen(const std::string& colour) {
   quietly([&] {
-    const std::string colour = editing::colourTextFromCss(colourPicker_["value"].as<std::string>());
     if (QueryStatus(Decmd::SetForeColor) == kDisabled) return;
     engine_.ExecCommand(number(Decmd::SetForeColor), 2, colour);
   });

@@ -48,6 +48,8 @@ struct EditorDialogs {
   // The element property panels: close them all, show one titled for its element.
   std::function<void()> hideAllFrames;
   std::function<void(editing::PropertiesTarget panel, std::string_view title)> showFrame;
+  // The colour picker, starting from a colour text; a cancelled picker never calls `done`.
+  std::function<void(const std::string& start, std::function<void(const std::string& colour)> done)> colour;
 };
 
 // The parts of the control the commands reach beyond the engine.
@@ -71,8 +73,7 @@ struct EditorCommandHooks {
 // the context menu run, through the registry's dispatch. Also handles the engine's events.
 class EditorCommands final : public editing::EditorOperations, private editing::CommandEngine {
  public:
-  // `root` is the control's shadow root; the colour picker lives there; `source` is the HTML
-  // view's source box.
+  // `root` is the control's shadow root; `source` is the HTML view's source box.
   EditorCommands(Engine& engine, EditorMenuBar& menuBar, emscripten::val root, emscripten::val source,
                  EditorCommandHooks hooks);
   ~EditorCommands() override;
@@ -159,7 +160,7 @@ class EditorCommands final : public editing::EditorOperations, private editing::
   void clipboardWrite(const std::string& text);
   void clipboardRead(std::function<void(const std::string& text)> done);
   void sourceBoxReplaceSelection(const std::string& text);
-  void colourChosen(const emscripten::val& event);
+  void colourChosen(const std::string& colour);
 
   Engine& engine_;
   EditorMenuBar& menuBar_;
@@ -167,7 +168,6 @@ class EditorCommands final : public editing::EditorOperations, private editing::
   emscripten::val source_;
   EditorCommandHooks hooks_;
   EditorDialogs dialogs_;
-  emscripten::val colourPicker_ = emscripten::val::undefined();
   EventRoute route_{"EditorCommands"};
 };
 

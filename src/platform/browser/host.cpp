@@ -6,8 +6,10 @@
 #include "platform/browser/engine.h"
 #include "dialogs/message_window.h"
 #include "editor/properties.h"
+#include "platform/browser/colour_selector_view.h"
 #include "platform/browser/debug_log_file.h"
 #include "platform/browser/editor_commands.h"
+#include "platform/browser/element_frames.h"
 #include "platform/browser/fetch_transport.h"
 
 namespace vellmar::browser {
@@ -155,6 +157,7 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
 }
 
 ElementHost::~ElementHost() {
+  frames_.reset();
   menuBar_->setDispatch({});
   messageBoxes_.reset();
   commands_.reset();

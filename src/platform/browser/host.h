@@ -20,6 +20,8 @@ using emscripten::val;
 
 class Engine;
 class EditorCommands;
+class ColourPicker;
+class ElementFrames;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -92,6 +94,9 @@ class ElementHost {
   std::unique_ptr<editor::ServerDocuments> documents_;
   // This editor's message boxes, shared by its dialogs.
   std::unique_ptr<MessageBoxes> messageBoxes_;
+  // The colour picker and the element property frames (host_dialogs.cpp).
+  std::unique_ptr<ColourPicker> colourPicker_;
+  std::unique_ptr<ElementFrames> frames_;
 };
 
 // Public property names in the order of the control's public interface.

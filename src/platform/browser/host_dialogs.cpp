@@ -1,13 +1,41 @@
 // The dialogs and element property panels of one editor, connected to the entry points the
 // editing commands open them through. Each dialog is made on first use and kept for the editor's
 // life; message boxes are the editor's own (messageBoxes_).
+#include "common/diagnostics.h"
+#include "platform/browser/colour_selector_view.h"
 #include "platform/browser/editor_commands.h"
+#include "platform/browser/element_frames.h"
 #include "platform/browser/host.h"
 
 namespace vellmar::browser {
 
 void ElementHost::wireDialogs() {
-  [[maybe_unused]] EditorDialogs& dialogs = commands_->dialogs();
+  EditorDialogs& dialogs = commands_->dialogs();
+
+  // One colour picker for the text colour and every colour selector of the panels.
+  colourPicker_ = std::make_unique<ColourPicker>(root_);
+  dialogs.colour = [this](const std::string& start, std::function<void(const std::string&)> done) {
+    colourPicker_->open(start, std::move(done));
+  };
+
+  // The element frames, in the band the layout keeps under the editing surface.
+  frames_ = std::make_unique<ElementFrames>(surface_, *engine_, *commands_, *control_, *colourPicker_);
+  dialogs.hideAllFrames = [this] { frames_->hideAllFrames(); };
+  dialogs.showFrame = [this](editing::PropertiesTarget panel, std::string_view title) {
+    guarded("showFrame", [&] { frames_->showFrame(panel, title); });
+  };
+  editor::ControlHooks& hooks = control_->hooks();
+  hooks.placeElementFrame = [this](const editor::Rect& rect) {
+    if (frames_) frames_->place(rect);
+  };
+  hooks.closeElementFrame = [this] {
+    if (frames_) frames_->hideAllFrames();
+  };
+  // The panel follows the selection after whatever else the tracker does.
+  hooks.checkUnderCursor = [this, tracker = hooks.checkUnderCursor] {
+    if (tracker) tracker();
+    if (frames_) frames_->followSelection();
+  };
 }
 
 }  // namespace vellmar::browser

@@ -281,6 +281,32 @@ TEST_F(ControlTest, WithoutHtmlViewTheEngineSitsAboveTheBottomStrip) {
   EXPECT_EQ(at(Child::Status).width, 194);
 }
 
+TEST_F(ControlTest, TheElementFrameTakesItsRoomFromTheEditingSurface) {
+  std::vector<Rect> placed;
+  control.hooks().placeElementFrame = [&](const Rect& r) { placed.push_back(r); };
+  control.show();
+  const Rect engine = at(Child::Engine);
+  const Rect source = at(Child::SourceBox);
+  control.setElementFrameHeight(100);
+  ASSERT_EQ(placed.size(), 1u);
+  // In the tabs' client area, right under the shrunk surface, with the gap below it.
+  EXPECT_EQ(at(Child::Engine), (Rect{engine.left, engine.top, engine.width, engine.height - 100 - kFrameGap}));
+  EXPECT_EQ(placed[0], (Rect{engine.left, at(Child::Engine).bottom(), engine.width, 100}));
+  EXPECT_EQ(at(Child::SourceBox), source);
+  // Again the same height: nothing moves.
+  control.setElementFrameHeight(100);
+  EXPECT_EQ(placed.size(), 1u);
+  control.setElementFrameHeight(0);
+  EXPECT_EQ(at(Child::Engine), engine);
+
+  // Without the view tabs the frame spans the whole control.
+  props().let("DisableHtmlView", 1);
+  control.setElementFrameHeight(50);
+  EXPECT_EQ(placed.back().left, 0);
+  EXPECT_EQ(placed.back().width, 800);
+  EXPECT_EQ(placed.back().top, at(Child::Engine).bottom());
+}
+
 TEST_F(ControlTest, NothingVisibleStartsTheEditingAreaAtTheTop) {
   for (const char* s : {"DisableMenuBar", "DisableStandardToolbar", "DisableObjectsToolbar",
                         "DisableFontToolbar", "DisableFormattingToolbar", "DisableHtmlView"}) {

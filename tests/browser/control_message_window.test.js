@@ -65,7 +65,7 @@ test('defaults: 5025 x 2880 twips, "Korvath Vellmar", no tabs; a second message 
     const e = document.getElementById('e');
     e.showMessage('<p>x</p>');
     await e.showMessage('<p>second</p>', 'Second');  // resolves at once: dropped
-    return document.getElementById('e').shadowRoot.querySelectorAll('dialog').length;
+    return document.getElementById('e').shadowRoot.querySelectorAll('dialog[open]').length;
   });
   assert.equal(second, 1);
   const dialog = page.getByRole('dialog', { name: 'Korvath Vellmar' });

@@ -20,6 +20,11 @@ using emscripten::val;
 
 class Engine;
 class EditorCommands;
+class ImageManagerDialog;
+class LinkDialog;
+class TableDialog;
+class SpecialCharactersDialog;
+class AboutDialog;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -92,6 +97,12 @@ class ElementHost {
   std::unique_ptr<editor::ServerDocuments> documents_;
   // This editor's message boxes, shared by its dialogs.
   std::unique_ptr<MessageBoxes> messageBoxes_;
+  // The dialogs, each made on first use (host_dialogs.cpp).
+  std::unique_ptr<ImageManagerDialog> imageDialog_;
+  std::unique_ptr<LinkDialog> linkDialog_;
+  std::unique_ptr<TableDialog> tableDialog_;
+  std::unique_ptr<SpecialCharactersDialog> charactersDialog_;
+  std::unique_ptr<AboutDialog> aboutDialog_;
 };
 
 // Public property names in the order of the control's public interface.

@@ -1,5 +1,7 @@
 #include "platform/browser/host.h"
 
+#include "platform/browser/dialog_views.h"
+
 #include <algorithm>
 
 #include "common/diagnostics.h"
@@ -159,6 +161,12 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
 ElementHost::~ElementHost() {
   frames_.reset();
   menuBar_->setDispatch({});
+  // The dialogs use the message boxes.
+  imageDialog_.reset();
+  linkDialog_.reset();
+  tableDialog_.reset();
+  charactersDialog_.reset();
+  aboutDialog_.reset();
   messageBoxes_.reset();
   commands_.reset();
   view_->setEngineAccess({}, {});

@@ -22,6 +22,11 @@ class Engine;
 class EditorCommands;
 class ColourPicker;
 class ElementFrames;
+class ImageManagerDialog;
+class LinkDialog;
+class TableDialog;
+class SpecialCharactersDialog;
+class AboutDialog;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -97,6 +102,12 @@ class ElementHost {
   // The colour picker and the element property frames (host_dialogs.cpp).
   std::unique_ptr<ColourPicker> colourPicker_;
   std::unique_ptr<ElementFrames> frames_;
+  // The dialogs, each made on first use (host_dialogs.cpp).
+  std::unique_ptr<ImageManagerDialog> imageDialog_;
+  std::unique_ptr<LinkDialog> linkDialog_;
+  std::unique_ptr<TableDialog> tableDialog_;
+  std::unique_ptr<SpecialCharactersDialog> charactersDialog_;
+  std::unique_ptr<AboutDialog> aboutDialog_;
 };
 
 // Public property names in the order of the control's public interface.

@@ -3,6 +3,7 @@
 // life; message boxes are the editor's own (messageBoxes_).
 #include "common/diagnostics.h"
 #include "platform/browser/colour_selector_view.h"
+#include "platform/browser/dialog_views.h"
 #include "platform/browser/editor_commands.h"
 #include "platform/browser/element_frames.h"
 #include "platform/browser/host.h"
@@ -35,6 +36,27 @@ void ElementHost::wireDialogs() {
   hooks.checkUnderCursor = [this, tracker = hooks.checkUnderCursor] {
     if (tracker) tracker();
     if (frames_) frames_->followSelection();
+  };
+
+  dialogs.image = [this](std::function<void(const ImageChoice&)> done) {
+    if (!imageDialog_) imageDialog_ = std::make_unique<ImageManagerDialog>(root_, *messageBoxes_);
+    imageDialog_->show(std::move(done));
+  };
+  dialogs.link = [this](const LinkChoice& current, std::function<void(const LinkChoice&)> done) {
+    if (!linkDialog_) linkDialog_ = std::make_unique<LinkDialog>(root_);
+    linkDialog_->show(current, std::move(done));
+  };
+  dialogs.table = [this](std::function<void(const TableChoice&)> done) {
+    if (!tableDialog_) tableDialog_ = std::make_unique<TableDialog>(root_);
+    tableDialog_->show(std::move(done));
+  };
+  dialogs.specialCharacters = [this](std::function<void(const std::string&)> done) {
+    if (!charactersDialog_) charactersDialog_ = std::make_unique<SpecialCharactersDialog>(root_);
+    charactersDialog_->show(std::move(done));
+  };
+  dialogs.about = [this] {
+    if (!aboutDialog_) aboutDialog_ = std::make_unique<AboutDialog>(root_, *messageBoxes_);
+    aboutDialog_->show();
   };
 }
 

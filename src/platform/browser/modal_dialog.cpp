@@ -123,9 +123,16 @@ void ModalDialog::show(const val& focus) {
 void ModalDialog::close() {
   if (!isOpen()) return;
   dialog_.call<void>("close");
-  // The element the focus came from may have gone meanwhile (a replaced document).
-  if (present(returnFocus_) && returnFocus_["isConnected"].as<bool>())
+  // The element the focus came from may have gone meanwhile (a replaced document, the menu item
+  // that opened the dialog): the focus then goes to the editor's document.
+  if (present(returnFocus_) && returnFocus_["isConnected"].as<bool>() &&
+      returnFocus_["tagName"].as<std::string>() != "BODY") {
     returnFocus_.call<void>("focus");
+  } else {
+    const val frame = dialog_.call<val>("getRootNode").call<val>(
+        "querySelector", std::string("iframe.vellmar-engine-frame"));
+    if (present(frame)) frame.call<void>("focus");
+  }
   returnFocus_ = val::undefined();
   if (onClosed) {
     const auto closed = onClosed;

@@ -1,0 +1,249 @@
+// The image manager and the link dialog against the reference server's own scripts: the lists it
+// serves, uploads into its media folder, deletes from it; and images dropped or pasted.
+'use strict';
+
+const { test } = require('node:test');
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const path = require('node:path');
+const zlib = require('node:zlib');
+const { useEditorEnvironment } = require('./harness');
+const { choose, frame, settle } = require('./commands_support');
+
+const env = useEditorEnvironment(['--max-upload', '4096']);
+
+// A real PNG of `w` x `h` pixels.
+function png(w, h) {
+  const crcTable = Array.from({ length: 256 }, (_, n) => {
+    let c = n;
+    for (let k = 0; k < 8; k++) c = c & 1 ? 0xedb88320 ^ (c >>> 1) : c >>> 1;
+    return c >>> 0;
+  });
+  const crc = (buf) => {
+    let c = 0xffffffff;
+    for (const b of buf) c = crcTable[(c ^ b) & 0xff] ^ (c >>> 8);
+    return (c ^ 0xffffffff) >>> 0;
+  };
+  const chunk = (type, data) => {
+    const len = Buffer.alloc(4);
+    len.writeUInt32BE(data.length);
+    const td = Buffer.concat([Buffer.from(type), data]);
+    const sum = Buffer.alloc(4);
+    sum.writeUInt32BE(crc(td));
+    return Buffer.concat([len, td, sum]);
+  };
+  const ihdr = Buffer.alloc(13);
+  ihdr.writeUInt32BE(w, 0);
+  ihdr.writeUInt32BE(h, 4);
+  ihdr[8] = 8; ihdr[9] = 2;
+  const raw = Buffer.alloc((w * 3 + 1) * h);
+  return Buffer.concat([Buffer.from([0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a]), chunk('IHDR', ihdr),
+    chunk('IDAT', zlib.deflateSync(raw)), chunk('IEND', Buffer.alloc(0))]);
+}
+
+const editor = (page) => page.locator('#editor1');
+const body = (page) => page.evaluate(() => document.getElementById('editor1').vellmarEngine.bodyHTML);
+
+async function document(page, markup, select) {
+  await page.evaluate(([m, s]) => {
+    const engine = document.getElementById('editor1').vellmarEngine;
+    engine.documentHTML = `<html><head></head><body>${m}</body></html>`;
+    window.__select = s;
+  }, [markup, select]);
+  await page.waitForFunction(() => document.getElementById('editor1').vellmarEngine.document().body.textContent.length > 0);
+  await page.evaluate(() => {
+    const engine = document.getElementById('editor1').vellmarEngine;
+    const doc = engine.document();
+    engine.focus();
+    const text = doc.evaluate(`//text()[contains(., "${window.__select}")]`, doc, null, 9, null).singleNodeValue;
+    const at = text.data.indexOf(window.__select);
+    doc.getSelection().setBaseAndExtent(text, at, text, at + window.__select.length);
+  });
+  await settle(page);
+}
+
+// Polls `check` (an async function) until it answers true.
+async function until(check, what = 'condition') {
+  for (let i = 0; i < 200; i++) {
+    if (await check()) return;
+    await new Promise((r) => setTimeout(r, 50));
+  }
+  throw new Error(`timed out waiting for ${what}`);
+}
+
+async function mediaFiles() {
+  return fs.readdirSync(path.join(env.server.dataDir, 'media')).filter((f) => !f.startsWith('.')).sort();
+}
+
+test('Insert > Image lists the server\'s images, previews the chosen one and inserts it with its size', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>before after</p>', 'after');
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  const list = dialog.getByRole('tabpanel', { name: 'Select Image' }).getByRole('listbox', { name: 'Image:' });
+  await assert.doesNotReject(list.getByRole('option', { name: 'Green leaf' }).first().waitFor({ state: 'attached' }));
+  assert.deepEqual(await list.locator('option').allTextContents(), ['Company logo', 'Green leaf', 'Sunset']);
+  await list.selectOption({ label: 'Green leaf' });
+  const picture = dialog.locator('.vellmar-image-picture');
+  await until(() => picture.evaluate((img) => img.complete && img.naturalWidth > 0 && !img.hidden), 'the preview');
+  assert.equal(await dialog.getByLabel('Alt Text:').inputValue(), 'Green leaf');
+  assert.match(await dialog.locator('output').textContent(), / KB$/);
+  const width = await dialog.getByLabel('Width:').inputValue();
+  const height = await dialog.getByLabel('Height:').inputValue();
+  assert.match(width, /^\d+$/);
+  await dialog.getByLabel('Alt Text:').fill('A leaf');
+  // Enter in a field is OK.
+  await dialog.getByLabel('Alt Text:').press('Enter');
+  await dialog.waitFor({ state: 'hidden' });
+  const html = await body(page);
+  assert.match(html, new RegExp(`<img src="/media/green-leaf\\.png"[^>]* alt="A leaf"`));
+  assert.match(html, new RegExp(`width="${width}"`));
+  assert.match(html, new RegExp(`height="${height}"`));
+  // The focus is back in the document.
+  assert.equal(await page.evaluate(() => document.getElementById('editor1').vellmarEngine.document().hasFocus()), true);
+  await page.close();
+});
+
+test('Cancel and Escape insert nothing; a list that is not XML is shown in the message window whatever DebugMode is', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>keep me</p>', 'me');
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  await dialog.getByRole('option', { name: 'Sunset' }).first().waitFor({ state: 'attached' });
+  await page.keyboard.press('Escape');
+  await dialog.waitFor({ state: 'hidden' });
+  assert.equal(await body(page), '<p>keep me</p>');
+
+  await page.route('**/cms/images/list', (route) => route.fulfill({ status: 200, contentType: 'text/html', body: '<html><body>Oops' }));
+  await choose(page, 'Insert', 'Image');
+  const message = page.getByRole('dialog', { name: 'HTTP Error' });
+  await message.waitFor();
+  await message.getByRole('button', { name: 'OK' }).click();
+  await assert.doesNotReject(dialog.getByRole('alert').filter({ hasText: 'could not be read' }).waitFor());
+  assert.deepEqual(await dialog.getByRole('tabpanel', { name: 'Select Image' }).getByRole('listbox').locator('option').allTextContents(), ['No Images Available']);
+  assert.equal(await dialog.getByRole('button', { name: 'OK' }).isDisabled(), true);
+
+  // A server that refuses: one sentence, and the dialog stays usable.
+  await page.unroute('**/cms/images/list');
+  await page.route('**/cms/images/list', (route) => route.fulfill({ status: 500, body: 'no' }));
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  await choose(page, 'Insert', 'Image');
+  await dialog.getByRole('alert').filter({ hasText: 'The image list could not be loaded: HTTP 500.' }).waitFor();
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  assert.equal(await body(page), '<p>keep me</p>');
+  await page.close();
+});
+
+test('Upload a PNG: it is stored, listed and can be inserted; over the limit and without a name it is refused', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>text here</p>', 'here');
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  await dialog.getByRole('option', { name: 'Sunset' }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('tab', { name: 'Upload' }).click();
+  const small = png(7, 5);
+  await dialog.locator('input[type=file]').setInputFiles({ name: 'dot.png', mimeType: 'image/png', buffer: small });
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === 'dot.png', 'the chosen file');
+  await dialog.getByLabel('Image Name:').fill('');
+  await dialog.getByRole('button', { name: 'Upload Image' }).isDisabled();
+  await dialog.getByLabel('Image Name:').fill('My dot');
+  await dialog.getByRole('button', { name: 'Upload Image' }).click();
+  await dialog.getByRole('tab', { name: 'Insert' }).click();
+  const list = dialog.getByRole('tabpanel', { name: 'Select Image' }).getByRole('listbox', { name: 'Image:' });
+  await list.getByRole('option', { name: 'My dot' }).first().waitFor({ state: 'attached' });
+  await list.selectOption({ label: 'My dot' });
+  assert.equal(await dialog.getByLabel('Width:').inputValue(), '7');
+  await dialog.getByRole('button', { name: 'OK' }).click();
+  await dialog.waitFor({ state: 'hidden' });
+  assert.match(await body(page), /<img src="\/media\/my-dot\.png"[^>]* height="5" width="7"/);
+  assert.ok((await mediaFiles()).includes('my-dot.png'));
+
+  // Over the page's limit: refused with the message, nothing sent.
+  await page.evaluate(() => { document.getElementById('editor1').MaxUploadSize = '20'; });
+  await choose(page, 'Insert', 'Image');
+  await dialog.getByRole('option', { name: 'Sunset' }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('tab', { name: 'Upload' }).click();
+  await dialog.locator('input[type=file]').setInputFiles({ name: 'big.png', mimeType: 'image/png', buffer: png(40, 40) });
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === 'big.png', 'the chosen file');
+  await dialog.getByRole('button', { name: 'Upload Image' }).click();
+  const refusal = editor(page).getByRole('alertdialog', { name: 'Images' });
+  assert.match(await refusal.textContent(), /The selected file exceeds the maximum upload size\. {2}Uploaded files must be smaller than 20 {2}bytes\./);
+  await refusal.getByRole('button', { name: 'OK' }).click();
+  // A file that is not a picture.
+  await dialog.locator('input[type=file]').setInputFiles({ name: 'notes.png', mimeType: 'image/png', buffer: Buffer.from('just text') });
+  await editor(page).getByRole('alertdialog', { name: 'Images' }).getByText('The selected file is not an image.', { exact: false }).waitFor();
+  await editor(page).getByRole('alertdialog', { name: 'Images' }).getByRole('button', { name: 'OK' }).click();
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  assert.ok(!(await mediaFiles()).includes('big.png'));
+  await page.close();
+});
+
+test('Delete an image: after confirming it is gone from the list and from the media folder', async () => {
+  const page = await env.openDemo();
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  await dialog.getByRole('option', { name: 'Sunset' }).first().waitFor({ state: 'attached' });
+  assert.ok((await mediaFiles()).includes('sunset.jpg'));
+  await dialog.getByRole('tab', { name: 'Delete' }).click();
+  const list = dialog.getByRole('tabpanel', { name: 'Delete Image' }).getByRole('listbox', { name: 'Image:' });
+  await list.selectOption({ label: 'Sunset' });
+  await dialog.getByRole('button', { name: 'Delete' }).click();
+  const confirm = editor(page).getByRole('alertdialog', { name: 'Delete Image' });
+  assert.equal(await confirm.locator('p').textContent(), 'Are you sure you wish to delete this image?');
+  // Cancel keeps it.
+  await confirm.getByRole('button', { name: 'Cancel' }).click();
+  assert.ok((await mediaFiles()).includes('sunset.jpg'));
+  await dialog.getByRole('button', { name: 'Delete' }).click();
+  await confirm.getByRole('button', { name: 'OK' }).click();
+  await until(async () => {
+    const names = await list.locator('option').allTextContents();
+    return !names.includes('Sunset') && names.includes('Green leaf');
+  }, 'the list without the deleted image');
+  assert.ok(!(await mediaFiles()).includes('sunset.jpg'));
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  await page.close();
+});
+
+test('Insert > Link lists links and e-mail links; OK links the selection; an existing link opens on its entry', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>see the docs now</p>', 'the docs');
+  await choose(page, 'Insert', 'Link');
+  const dialog = editor(page).getByRole('dialog', { name: 'Links' });
+  const links = dialog.getByRole('listbox', { name: 'Link:' });
+  await links.getByRole('option', { name: 'Example site' }).first().waitFor({ state: 'attached' });
+  await links.selectOption({ label: 'Example site' });
+  await dialog.getByLabel('Target:').selectOption('_Blank');
+  await dialog.getByRole('button', { name: 'OK' }).click();
+  await dialog.waitFor({ state: 'hidden' });
+  assert.equal(await body(page), '<p>see <a href="http://www.example.com/" target="_Blank">the docs</a> now</p>');
+
+  // The caret in that link: the dialog opens on its entry and target; another entry changes it.
+  await document(page, '<p>see <a href="http://www.example.com/contact" target="_blank">contact</a></p>', 'tac');
+  await choose(page, 'Insert', 'Link');
+  await until(() => links.evaluate((l) => l.selectedIndex >= 0 && l.options[l.selectedIndex].text === 'Example contact page'),
+    'the link\'s entry');
+  assert.equal(await dialog.getByLabel('Target:').inputValue(), '_Blank');
+  await dialog.getByRole('tab', { name: 'Email Links' }).click();
+  const mail = dialog.getByRole('listbox', { name: 'Mail To:' });
+  await mail.getByRole('option', { name: 'Sales' }).first().waitFor({ state: 'attached' });
+  await mail.selectOption({ label: 'Sales' });
+  await page.keyboard.press('Tab');
+  await dialog.getByRole('button', { name: 'OK' }).click();
+  await dialog.waitFor({ state: 'hidden' });
+  assert.equal(await body(page), '<p>see <a href="mailto:sales@example.com">contact</a></p>');
+
+  // A typed address; Escape leaves the document alone.
+  await document(page, '<p>plain words</p>', 'words');
+  await choose(page, 'Insert', 'Link');
+  await dialog.getByRole('tabpanel', { name: 'Hyperlinks' }).getByLabel('Address:').fill('http://typed.example/');
+  await page.keyboard.press('Enter');
+  await dialog.waitFor({ state: 'hidden' });
+  assert.equal(await body(page), '<p>plain <a href="http://typed.example/">words</a></p>');
+  await document(page, '<p>other words</p>', 'other');
+  await choose(page, 'Insert', 'Link');
+  await dialog.getByRole('tabpanel', { name: 'Hyperlinks' }).getByLabel('Address:').waitFor();
+  await page.keyboard.press('Escape');
+  await dialog.waitFor({ state: 'hidden' });
+  assert.equal(await body(page), '<p>other words</p>');
+  await page.close();
+});

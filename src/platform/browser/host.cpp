@@ -9,6 +9,8 @@
 #include "platform/browser/debug_log_file.h"
 #include "platform/browser/editor_commands.h"
 #include "platform/browser/fetch_transport.h"
+#include "platform/browser/local_files_view.h"
+#include "platform/browser/spell_check_view.h"
 
 namespace vellmar::browser {
 
@@ -156,6 +158,8 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
 
 ElementHost::~ElementHost() {
   menuBar_->setDispatch({});
+  spellCheck_.reset();
+  localFiles_.reset();
   messageBoxes_.reset();
   commands_.reset();
   view_->setEngineAccess({}, {});
@@ -178,6 +182,11 @@ void ElementHost::show() {
       commandHooks.saveToServer = [this] { documents_->saveToServer(); };
       commandHooks.currentView = [this] { return control_->state().currentView; };
       commandHooks.updateStatus = [this] { control_->updateStatus(); };
+      wireLocalFiles();
+      commandHooks.openLocal = [this] { localFiles_->openLocal(); };
+      commandHooks.saveLocal = [this] { localFiles_->saveLocal(); };
+      commandHooks.saveLocalAs = [this](const std::string& name) { localFiles_->saveLocalAs(name); };
+      commandHooks.openRecentFiles = [this](int n) { localFiles_->openRecentFiles(n); };
       commands_ = std::make_unique<EditorCommands>(*engine_, *menuBar_, root_,
                                                    view_->element(editor::Child::SourceBox),
                                                    std::move(commandHooks));

@@ -20,6 +20,8 @@ using emscripten::val;
 
 class Engine;
 class EditorCommands;
+class LocalFilesView;
+class SpellCheckView;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -74,6 +76,8 @@ class ElementHost {
   void wireDocuments(editor::ControlHooks& hooks);
   // The dialogs and panels the commands open (host_dialogs.cpp).
   void wireDialogs();
+  // Open Local, Save Local, Save Local As and the recent files (host_files.cpp).
+  void wireLocalFiles();
 
   val element_;
   val root_ = val::undefined();     // the shadow root
@@ -92,6 +96,8 @@ class ElementHost {
   std::unique_ptr<editor::ServerDocuments> documents_;
   // This editor's message boxes, shared by its dialogs.
   std::unique_ptr<MessageBoxes> messageBoxes_;
+  std::unique_ptr<SpellCheckView> spellCheck_;
+  std::unique_ptr<LocalFilesView> localFiles_;
 };
 
 // Public property names in the order of the control's public interface.

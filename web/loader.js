@@ -13,6 +13,8 @@
 
   const ready = createVellmarModule({
     vellmarBaseUrl: baseUrl,
+    // The parts loaded on first use (the spelling checker) are ES modules beside this file.
+    vellmarImport: (url) => import(url),
     locateFile: (path) => baseUrl + path,
   }).then((m) => {
     module = m;

@@ -161,7 +161,7 @@ test('undo after a context menu command restores the document before it', async 
   await page.close();
 });
 
-test('Help: Contents... opens the help address; Check Spelling without its dialog does nothing', async () => {
+test('Help: Contents... opens the help address and leaves the document as it was', async () => {
   const page = await openEditor(env, { HelpContentsURL: `${env.server.url}/help-contents` });
   await page.route(`${env.server.url}/help-contents`, (route) =>
     route.fulfill({ status: 200, contentType: 'text/html', body: '<title>Help</title>' }));
@@ -172,7 +172,6 @@ test('Help: Contents... opens the help address; Check Spelling without its dialo
   await help.waitForLoadState();
   assert.equal(help.url(), `${env.server.url}/help-contents`);
   await help.close();
-  await choose(page, 'Edit', 'Check Spelling');
   assert.equal(await docWithSelection(page), '<p>te|xt</p>');
   await page.close();
 });

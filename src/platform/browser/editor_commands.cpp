@@ -307,7 +307,22 @@ void EditorCommands::setView(std::string_view viewKey) {
   if (hooks_.setView) hooks_.setView(viewKey);
 }
 void EditorCommands::spellCheck() {
-  if (dialogs_.spellCheck) dialogs_.spellCheck();
+  if (dialogs_.spellCheck) {
+    dialogs_.spellCheck([this](const val& range, const std::string& text) { replaceText(range, text); });
+  }
+}
+
+void EditorCommands::replaceText(const val& range, const std::string& text) {
+  guarded("btnChangeBtn_Click", [&] {
+    engine_.beginChange();
+    range.call<void>("deleteContents");
+    const val start = range["startContainer"];
+    if (start["nodeType"].as<int>() == 3) {
+      start.call<void>("insertData", range["startOffset"], text);
+    } else if (!text.empty()) {
+      range.call<void>("insertNode", engine_.DOM().js().call<val>("createTextNode", text));
+    }
+  });
 }
 void EditorCommands::aboutVellmar() {
   if (dialogs_.about) dialogs_.about();

@@ -43,7 +43,10 @@ struct EditorDialogs {
   std::function<void(std::function<void(const ImageChoice&)> done)> image;
   std::function<void(std::function<void(const TableChoice&)> done)> table;
   std::function<void(std::function<void(const std::string& character)> done)> specialCharacters;
-  std::function<void()> spellCheck;
+  // The spell check writes each change through `replace`: the text in place of the range, as one
+  // step of its own.
+  std::function<void(std::function<void(const emscripten::val& range, const std::string& text)> replace)>
+      spellCheck;
   std::function<void()> about;
   // The element property panels: close them all, show one titled for its element.
   std::function<void()> hideAllFrames;
@@ -101,6 +104,8 @@ class EditorCommands final : public editing::EditorOperations, private editing::
   void applyImage(const ImageChoice& choice);
   void applyTable(const TableChoice& choice);
   void insertCharacter(const std::string& character);
+  // A word of the spell check replaced: `text` (plain text) in place of the range's contents.
+  void replaceText(const emscripten::val& range, const std::string& text);
 
   // The test and integration surface on the page element (`element.vellmarCommands`).
   void exposeTo(emscripten::val element);

@@ -13,6 +13,8 @@
 #include "platform/browser/editor_commands.h"
 #include "platform/browser/element_frames.h"
 #include "platform/browser/fetch_transport.h"
+#include "platform/browser/local_files_view.h"
+#include "platform/browser/spell_check_view.h"
 
 namespace vellmar::browser {
 
@@ -167,6 +169,8 @@ ElementHost::~ElementHost() {
   tableDialog_.reset();
   charactersDialog_.reset();
   aboutDialog_.reset();
+  spellCheck_.reset();
+  localFiles_.reset();
   messageBoxes_.reset();
   commands_.reset();
   view_->setEngineAccess({}, {});
@@ -189,6 +193,11 @@ void ElementHost::show() {
       commandHooks.saveToServer = [this] { documents_->saveToServer(); };
       commandHooks.currentView = [this] { return control_->state().currentView; };
       commandHooks.updateStatus = [this] { control_->updateStatus(); };
+      wireLocalFiles();
+      commandHooks.openLocal = [this] { localFiles_->openLocal(); };
+      commandHooks.saveLocal = [this] { localFiles_->saveLocal(); };
+      commandHooks.saveLocalAs = [this](const std::string& name) { localFiles_->saveLocalAs(name); };
+      commandHooks.openRecentFiles = [this](int n) { localFiles_->openRecentFiles(n); };
       commands_ = std::make_unique<EditorCommands>(*engine_, *menuBar_, root_,
                                                    view_->element(editor::Child::SourceBox),
                                                    std::move(commandHooks));

@@ -27,6 +27,8 @@ class LinkDialog;
 class TableDialog;
 class SpecialCharactersDialog;
 class AboutDialog;
+class LocalFilesView;
+class SpellCheckView;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -81,6 +83,8 @@ class ElementHost {
   void wireDocuments(editor::ControlHooks& hooks);
   // The dialogs and panels the commands open (host_dialogs.cpp).
   void wireDialogs();
+  // Open Local, Save Local, Save Local As and the recent files (host_files.cpp).
+  void wireLocalFiles();
 
   val element_;
   val root_ = val::undefined();     // the shadow root
@@ -108,6 +112,8 @@ class ElementHost {
   std::unique_ptr<TableDialog> tableDialog_;
   std::unique_ptr<SpecialCharactersDialog> charactersDialog_;
   std::unique_ptr<AboutDialog> aboutDialog_;
+  std::unique_ptr<SpellCheckView> spellCheck_;
+  std::unique_ptr<LocalFilesView> localFiles_;
 };
 
 // Public property names in the order of the control's public interface.

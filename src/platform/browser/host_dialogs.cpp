@@ -7,6 +7,7 @@
 #include "platform/browser/editor_commands.h"
 #include "platform/browser/element_frames.h"
 #include "platform/browser/host.h"
+#include "platform/browser/spell_check_view.h"
 
 namespace vellmar::browser {
 
@@ -57,6 +58,13 @@ void ElementHost::wireDialogs() {
   dialogs.about = [this] {
     if (!aboutDialog_) aboutDialog_ = std::make_unique<AboutDialog>(root_, *messageBoxes_);
     aboutDialog_->show();
+  };
+  dialogs.spellCheck = [this](SpellCheckView::Replace replace) {
+    if (!spellCheck_) {
+      spellCheck_ = std::make_unique<SpellCheckView>(root_, *engine_, *messageBoxes_,
+                                                     menuBar_->settings());
+    }
+    spellCheck_->spellCheck(std::move(replace));
   };
 }
 

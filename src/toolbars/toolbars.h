@@ -39,6 +39,8 @@ struct ButtonDef {
   // The switch rule: the button is hidden when this answers true. Buttons without a rule are
   // always shown and do not count toward the toolbar's own visibility.
   bool (*hiddenWhen)(const editor::PropertySet&) = nullptr;
+  // A toggle shows whether its state is on where the caret is (pressed or not).
+  bool toggle = false;
   bool separator() const { return key.empty(); }
 };
 

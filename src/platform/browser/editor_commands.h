@@ -48,6 +48,10 @@ struct EditorDialogs {
   // The element property panels: close them all, show one titled for its element.
   std::function<void()> hideAllFrames;
   std::function<void(editing::PropertiesTarget panel, std::string_view title)> showFrame;
+  // The open panel as the selection tracker follows it: the sourceIndex of its element (-1 when
+  // no panel is open), and re-reading that element when its outer HTML changed since it was shown.
+  std::function<int()> panelElementIndex;
+  std::function<void()> refreshPanel;
 };
 
 // The parts of the control the commands reach beyond the engine.

@@ -6,7 +6,7 @@
 const { test } = require('node:test');
 const assert = require('node:assert/strict');
 const { useEditorEnvironment } = require('./harness');
-const { openEditor, setContent, docWithSelection, rawBody, choose, frame } = require('./commands_support');
+const { openEditor, setContent, docWithSelection, rawBody, choose, itemState, frame } = require('./commands_support');
 
 const env = useEditorEnvironment();
 const IMG = 'data:image/gif;base64,R0lGODlhAQABAIAAAP///wAAACH5BAEAAAAALAAAAAABAAEAAAICRAEAOw==';
@@ -23,9 +23,12 @@ async function clipboardIs(page, text) {
   await page.waitForFunction((t) => navigator.clipboard.readText().then((c) => c === t), text);
 }
 
-test('Copy HTML copies the whole paragraph around the caret as text; Paste HTML puts it in as markup', async () => {
+test('Copy HTML copies the whole paragraph around the selection as text; Paste HTML puts it in as markup', async () => {
   const page = await clipboardPage();
+  // Copy HTML follows Copy: greyed with nothing selected.
   await setContent(page, '<p>one <b>two</b> th|ree</p>');
+  assert.equal((await itemState(page, 'Edit', 'Copy HTML')).disabled, true);
+  await setContent(page, '<p>one <b>two</b> th[re]e</p>');
   await choose(page, 'Edit', 'Copy HTML');
   await clipboardIs(page, 'one <b>two</b> three');
   await setContent(page, '<p>tar|get</p>');
@@ -101,8 +104,12 @@ test('Cut, Copy and Paste work on the selected text; with nothing selected Cut a
   const page = await clipboardPage();
   await writeClipboard(page, 'unchanged');
   await setContent(page, '<p>ca|ret</p>');
-  await choose(page, 'Edit', 'Cut');
-  await choose(page, 'Edit', 'Copy');
+  // With nothing selected the items are greyed, and the keys do nothing.
+  assert.equal((await itemState(page, 'Edit', 'Cut')).disabled, true);
+  assert.equal((await itemState(page, 'Edit', 'Copy')).disabled, true);
+  await frame(page).locator('p').click();
+  await page.keyboard.press('Control+x');
+  await page.keyboard.press('Control+c');
   assert.equal(await rawBody(page), '<p>caret</p>');
   assert.equal(await readClipboard(page), 'unchanged');
   await setContent(page, '<p>keep [this] part</p>');

@@ -5,7 +5,7 @@
 const { test } = require('node:test');
 const assert = require('node:assert/strict');
 const { useEditorEnvironment } = require('./harness');
-const { openEditor, setContent, docWithSelection, bodyHTML, rawBody, choose, frame, answerDialogs, settle } =
+const { openEditor, setContent, docWithSelection, bodyHTML, rawBody, choose, itemState, frame, answerDialogs, settle } =
   require('./commands_support');
 
 const env = useEditorEnvironment();
@@ -114,8 +114,8 @@ test('links: made on a selection, changed in place keeping a web address as its 
 
   await choose(page, 'Format', 'Remove Link');
   assert.equal(await rawBody(page), '<p>http://old.test/page</p>');
-  // With no link under the caret, Remove Link does nothing.
-  await choose(page, 'Format', 'Remove Link');
+  // With no link under the caret, Remove Link is greyed.
+  assert.equal((await itemState(page, 'Format', 'Remove Link')).disabled, true);
   assert.equal(await rawBody(page), '<p>http://old.test/page</p>');
 
   // At a caret the address becomes the link's text.

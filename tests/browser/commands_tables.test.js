@@ -5,7 +5,7 @@
 const { test } = require('node:test');
 const assert = require('node:assert/strict');
 const { useEditorEnvironment } = require('./harness');
-const { openEditor, setContent, rawBody, choose, frame, settle } = require('./commands_support');
+const { openEditor, setContent, rawBody, choose, itemState, frame, settle } = require('./commands_support');
 
 const env = useEditorEnvironment();
 
@@ -75,9 +75,9 @@ test('merge joins the cells a selection runs across; split gives a spanning cell
   assert.deepEqual(await grid(page), ['onetwo[2x1] |  | four', 'x | y | z | w']);
   await choose(page, 'Edit', 'Undo');
   assert.deepEqual(await grid(page), ['one | two |  | four', 'x | y | z | w']);
-  // Cells of two rows do not merge.
+  // Cells of two rows do not merge: the item is greyed.
   await setContent(page, '<table><tbody><tr><td>fo[ur</td></tr><tr><td>w]</td></tr></tbody></table>');
-  await choose(page, 'Format', 'Table', 'Merge Cells');
+  assert.equal((await itemState(page, 'Format', 'Table', 'Merge Cells')).disabled, true);
   assert.deepEqual(await grid(page), ['four', 'w']);
   // A cell spanning rows and columns splits into one cell per slot.
   await setContent(page, '<table><tbody><tr><td colspan="2" rowspan="2">b|ig</td><td>r</td></tr>' +
@@ -94,7 +94,7 @@ test('outside a table the structure items change nothing; the alignment keys set
   const body = '<p>out|side</p><table><tbody><tr><td>a</td></tr></tbody></table>';
   await setContent(page, body);
   for (const item of ['Insert Row', 'Insert Column', 'Delete Row', 'Delete Column', 'Merge Cells', 'Split Cells']) {
-    await choose(page, 'Format', 'Table', item);
+    assert.equal((await itemState(page, 'Format', 'Table', item)).disabled, true, item);
   }
   const dispatch = (key) => page.evaluate((k) => document.getElementById('ed').vellmarCommands.dispatch(k), key);
   await dispatch('middle');

@@ -45,14 +45,14 @@ function rows(bars) {
 
 test('a narrow editor wraps every bar into its own row, each stretched to the right edge', async () => {
   const page = await env.newPage();
-  await open(page, 360);
+  await open(page, 430);
   const b = await boxes(page);
   assert.equal(b.menu.top, 0);
-  assert.equal(b.bars.length, 4);
+  assert.equal(b.bars.length, 4, JSON.stringify(b));
   assert.equal(b.bars[0].top, b.menu.bottom);
   for (let i = 0; i < 4; i++) {
     assert.equal(b.bars[i].left, 0);
-    assert.equal(b.bars[i].right, b.inner);
+    assert.equal(b.bars[i].right, b.inner, JSON.stringify(b));
     if (i > 0) assert.equal(b.bars[i].top, b.bars[i - 1].bottom);
   }
   assert.equal(b.tabs.top, b.bars[3].bottom);
@@ -62,7 +62,7 @@ test('a narrow editor wraps every bar into its own row, each stretched to the ri
 
 test('widening the editor puts the bars back on shared rows', async () => {
   const page = await env.newPage();
-  await open(page, 360);
+  await open(page, 430);
   const narrow = await boxes(page);
   await page.evaluate(() => { document.getElementById('e').style.width = '1400px'; });
   await page.waitForFunction((before) => {

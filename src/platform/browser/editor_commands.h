@@ -53,6 +53,10 @@ struct EditorDialogs {
   std::function<void(editing::PropertiesTarget panel, std::string_view title)> showFrame;
   // The colour picker, starting from a colour text; a cancelled picker never calls `done`.
   std::function<void(const std::string& start, std::function<void(const std::string& colour)> done)> colour;
+  // The open panel as the selection tracker follows it: the sourceIndex of its element (-1 when
+  // no panel is open), and re-reading that element when its outer HTML changed since it was shown.
+  std::function<int()> panelElementIndex;
+  std::function<void()> refreshPanel;
 };
 
 // The parts of the control the commands reach beyond the engine.

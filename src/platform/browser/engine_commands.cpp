@@ -269,6 +269,9 @@ std::int32_t Engine::QueryStatus(std::int32_t command) {
   }
   if (caching_ && slot >= 0 && slot < 64 && statusCache_[slot] >= 0) return statusCache_[slot];
   std::int32_t result = kStatusDisabled;
+  // A document whose frame left the page (until reattach moves it into the new one) has no
+  // window to compute styles with: nothing can be done in it.
+  if (document_.isNull() || document_["defaultView"].isNull()) return result;
   guarded("QueryStatus", [&] { result = status(*id); });
   if (slot >= 0 && slot < 64) statusCache_[slot] = result;
   return result;
@@ -348,6 +351,11 @@ std::string Engine::ExecCommand(std::int32_t command, std::int32_t /*option*/, c
   if (state == kStatusDisabled) {
     throw ProcedureError(-2147467259, "Command " + std::string(editing::decmdName(*id)) + " is disabled");
   }
+  // The GET commands only read: they neither close an undo step nor count as a change (the
+  // selection tracker reads them on every display change, between the keys of a typing burst).
+  const bool reading = *id == Decmd::GetBlockFmt || *id == Decmd::GetBlockFmtNames || *id == Decmd::GetFontName ||
+                       *id == Decmd::GetFontSize || *id == Decmd::GetForeColor || *id == Decmd::GetBackColor;
+  if (reading) return execute(*id, value);
   // Everything before this command is a step of its own; what the command and any direct
   // changes right after it do, until the next user action, is one step.
   if (*id != Decmd::Undo && *id != Decmd::Redo) {

@@ -15,6 +15,8 @@
 #include "platform/browser/fetch_transport.h"
 #include "platform/browser/local_files_view.h"
 #include "platform/browser/spell_check_view.h"
+#include "platform/browser/selection_tracker.h"
+#include "platform/browser/toolbar_view.h"
 
 namespace vellmar::browser {
 
@@ -110,6 +112,8 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   // The menu bar draws into the control's menu bar element and answers the control's menu hooks.
   menuBar_ = std::make_unique<EditorMenuBar>(view_->element(editor::Child::MenuBar), root_);
   menuBar_->connect(hooks);
+  toolbars_ = std::make_unique<EditorToolbars>([this](editor::Child bar) { return view_->element(bar); });
+  toolbars_->connect(hooks);
   hooks.propertyChanged = [this](std::string_view name) {
     val detail = val::object();
     detail.set("name", std::string(name));
@@ -172,6 +176,9 @@ ElementHost::~ElementHost() {
   spellCheck_.reset();
   localFiles_.reset();
   messageBoxes_.reset();
+  toolbars_->setDispatch({});
+  toolbars_->setSelectorEvents({}, {}, {});
+  tracker_.reset();
   commands_.reset();
   view_->setEngineAccess({}, {});
   documents_.reset();
@@ -198,10 +205,21 @@ void ElementHost::show() {
       commandHooks.saveLocal = [this] { localFiles_->saveLocal(); };
       commandHooks.saveLocalAs = [this](const std::string& name) { localFiles_->saveLocalAs(name); };
       commandHooks.openRecentFiles = [this](int n) { localFiles_->openRecentFiles(n); };
+      commandHooks.checkFontsInMenu = [this] {
+        if (tracker_) tracker_->checkFontsInMenu();
+      };
+      commandHooks.checkFormatInMenu = [this] {
+        if (tracker_) tracker_->checkFormatInMenu();
+      };
+      commandHooks.checkStyleInMenu = [this] {
+        if (tracker_) tracker_->checkStyleInMenu();
+      };
       commands_ = std::make_unique<EditorCommands>(*engine_, *menuBar_, root_,
                                                    view_->element(editor::Child::SourceBox),
                                                    std::move(commandHooks));
       commands_->exposeTo(element_);
+      // The tracker first: the element frames follow the selection after it.
+      wireTracker();
       wireDialogs();
       menuBar_->setDispatch([this](const std::string& key) { commands_->dispatch(key); });
       view_->setEngineAccess([this] { return engine_->Busy(); },
@@ -217,6 +235,38 @@ void ElementHost::show() {
   });
   control_->show();
   control_->paint();
+}
+
+void ElementHost::wireTracker() {
+  toolbars_->setDispatch([this](const std::string& key) { commands_->dispatch(key); });
+  toolbars_->setSelectorEvents([this](const std::string& name) { commands_->formatChanged(name); },
+                               [this](const std::string& name) { commands_->fontChanged(name); },
+                               [this](const std::string& size) { commands_->sizeChanged(size); });
+  toolbars_->setRefocus([this] { engine_->focus(); });
+  trackedDocument_ = std::make_unique<EngineTrackedDocument>(*engine_);
+  editing::TrackerTargets targets;
+  targets.menuBar = &menuBar_->model();
+  targets.standard = &toolbars_->standard();
+  targets.objects = &toolbars_->objects();
+  targets.textFormat = &toolbars_->textFormat();
+  targets.selector = &toolbars_->selector();
+  targets.panels.elementIndex = [this] {
+    const EditorDialogs& d = commands_->dialogs();
+    return d.panelElementIndex ? d.panelElementIndex() : -1;
+  };
+  targets.panels.hideAllFrames = [this] {
+    if (commands_->dialogs().hideAllFrames) commands_->dialogs().hideAllFrames();
+  };
+  targets.panels.refreshPanel = [this] {
+    if (commands_->dialogs().refreshPanel) commands_->dialogs().refreshPanel();
+  };
+  tracker_ = std::make_unique<editing::SelectionTracker>(*trackedDocument_, std::move(targets),
+                                                         editor::PropertySet::shared());
+  editor::ControlHooks& hooks = control_->hooks();
+  hooks.checkUnderCursor = [this] { tracker_->checkUnderCursor(); };
+  hooks.closeElementFrame = [this] {
+    if (commands_ && commands_->dialogs().hideAllFrames) commands_->dialogs().hideAllFrames();
+  };
 }
 
 void ElementHost::hide() {

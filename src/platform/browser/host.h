@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "editing/tracker.h"
 #include "editor/control.h"
 #include "editor/server_documents.h"
 #include "platform/browser/control_view.h"
@@ -29,6 +30,8 @@ class SpecialCharactersDialog;
 class AboutDialog;
 class LocalFilesView;
 class SpellCheckView;
+class EditorToolbars;
+class EngineTrackedDocument;
 
 // The `<param name=... value=...>` children of an editor element, in document order. This is the
 // property bag the control restores from; names keep the spelling of the page.
@@ -94,11 +97,18 @@ class ElementHost {
   bool shown_ = false;
   std::unique_ptr<ControlView> view_;
   std::unique_ptr<EditorMenuBar> menuBar_;
+  // The three toolbars and the selector bar.
+  std::unique_ptr<EditorToolbars> toolbars_;
   std::unique_ptr<editor::ctlVellmar2> control_;
   std::unique_ptr<Engine> engine_;  // the editing engine, in the editing area
   std::unique_ptr<EditorViews> views_;
   // The editing operations and the dispatch, from the first show on.
   std::unique_ptr<EditorCommands> commands_;
+  // The selection tracker on the engine's document, from the first show on.
+  std::unique_ptr<EngineTrackedDocument> trackedDocument_;
+  std::unique_ptr<editing::SelectionTracker> tracker_;
+  // The tracker's targets and partial refreshes, and the element frames it closes.
+  void wireTracker();
   // The document, style sheet, save and keep-alive exchanges.
   std::unique_ptr<editor::ServerDocuments> documents_;
   // This editor's message boxes, shared by its dialogs.

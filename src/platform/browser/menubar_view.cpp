@@ -62,7 +62,7 @@ int itemIndex(std::size_t level, int row) {
 }
 
 // The caption font of the style sheet's bar, for measuring captions before they are drawn.
-constexpr const char* kCaptionFont = "12px Tahoma, Verdana, \"DejaVu Sans\", sans-serif";
+constexpr const char* kCaptionFont = "12px system-ui, -apple-system, \"Segoe UI\", Roboto, \"DejaVu Sans\", sans-serif";
 
 val create(const char* tag, const char* className) {
   val el = val::global("document").call<val>("createElement", std::string(tag));

@@ -138,13 +138,9 @@ test('Set Color opens the colour picker and colours the selection with the colou
   const page = await openEditor(env, PATHS);
   await setContent(page, '<p>a [word] here</p>');
   await page.getByRole('button', { name: 'Set Color', exact: true }).click();
-  await page.evaluate(() => {
-    const input = document.getElementById('ed').shadowRoot.querySelector('input[type=color]');
-    input.value = '#3366cc';
-    input.dispatchEvent(new Event('change'));
-  });
-  await settle(page);
-  assert.match(await bodyHTML(page), /^<p>a <font color="#3366cc">word<\/font> here<\/p>$/i);
+  await page.getByRole('dialog', { name: 'Color' }).getByRole('button', { name: 'Blue #0000FF' }).click();
+  await page.waitForFunction(() => document.getElementById('ed').vellmarEngine.bodyHTML.includes('color'));
+  assert.match(await bodyHTML(page), /^<p>a <font color="#0000ff">word<\/font> here<\/p>$/i);
   await choose(page, 'Edit', 'Undo');
   assert.equal(await bodyHTML(page), '<p>a word here</p>');
   await page.close();

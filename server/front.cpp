@@ -100,8 +100,12 @@ HeadCheck checkHead(std::string_view b, const FrontLimits& limits) {
                            std::to_string(limits.maxHeaderCount) + " lines.");
   };
 
+  // The request line's length leaves out its line end (CR LF or LF).
   const std::size_t lineEnd = b.find('\n');
-  if (lineEnd == npos ? b.size() > limits.maxRequestLine : lineEnd > limits.maxRequestLine)
+  const std::size_t lineLength =
+      lineEnd == npos ? (b.size() > 0 && b.back() == '\r' ? b.size() - 1 : b.size())
+                      : (lineEnd > 0 && b[lineEnd - 1] == '\r' ? lineEnd - 1 : lineEnd);
+  if (lineLength > limits.maxRequestLine)
     return refuse(414, "The request line is longer than the server's limit of " +
                            std::to_string(limits.maxRequestLine) + " bytes.");
   if (lineEnd == npos) return r;

@@ -37,6 +37,25 @@ std::string originOf(std::string_view text) {
   return scheme + std::string(host) + (defaultPort ? "" : ":" + std::string(port));
 }
 
+std::string hostName(std::string_view host, const std::string& fallback) {
+  if (host.empty()) return fallback;
+  if (host.front() == '[') {
+    const auto close = host.find(']');
+    if (close == std::string_view::npos) return fallback;
+    const std::string_view inner = host.substr(1, close - 1);
+    if (inner.empty() || inner.find_first_not_of("0123456789abcdefABCDEF:.") != std::string_view::npos)
+      return fallback;
+    return std::string(inner);
+  }
+  if (const auto colon = host.find(':'); colon != std::string_view::npos) host = host.substr(0, colon);
+  for (char c : host) {
+    const bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                    c == '.' || c == '-';
+    if (!ok) return fallback;
+  }
+  return host.empty() ? fallback : std::string(host);
+}
+
 bool isSameOriginWrite(std::string_view originHeader, std::string_view refererHeader,
                        std::string_view hostHeader, const std::vector<std::string>& allowed,
                        std::string& reason) {

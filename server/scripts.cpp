@@ -80,22 +80,6 @@ httplib::Server::Handler guarded(Script script, const char* cacheControl = "no-s
   };
 }
 
-// A document number from a request variable; nothing when the variable is absent or empty.
-std::optional<std::int64_t> documentId(const FormFields& fields) {
-  const auto given = fields.get("vmContentID");
-  if (!given) return std::nullopt;
-  const std::string& text = *given;
-  std::string_view trimmed = text;
-  while (!trimmed.empty() && trimmed.front() == ' ') trimmed.remove_prefix(1);
-  while (!trimmed.empty() && trimmed.back() == ' ') trimmed.remove_suffix(1);
-  if (trimmed.empty()) return std::nullopt;
-  std::int64_t id = 0;
-  const auto [end, ec] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), id);
-  if (ec != std::errc() || end != trimmed.data() + trimmed.size() || id <= 0)
-    throw RequestError(400, "vmContentID must be a document number, not '" + text + "'.");
-  return id;
-}
-
 std::string linkDocument(Database& db, const char* list, const char* root, const char* item,
                          const char* addressElement) {
   std::string xml = std::string("<") + root + ">\r\n";
@@ -169,7 +153,7 @@ void Scripts::install(httplib::Server& http) {
   });
 
   http.Get(paths::kContent, guarded([this](const httplib::Request& req, httplib::Response& res) {
-    auto id = documentId(fieldsOf(req));
+    auto id = documentIdOf(fieldsOf(req));
     if (!id) id = documents_.firstDocument();
     std::optional<std::string> body;
     if (id) body = documents_.latest(*id);
@@ -190,7 +174,7 @@ void Scripts::install(httplib::Server& http) {
     const FormFields fields = fieldsOf(req);
     const auto given = fields.get("vmContent");
     if (!given) throw RequestError(400, "Nothing to save: the form field vmContent is missing.");
-    const auto id = documentId(fields);
+    const auto id = documentIdOf(fields);
     const std::string& content = *given;
     if (content.size() > maxDocument_)
       throw RequestError(413, "The document is larger than the server's limit of " +

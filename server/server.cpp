@@ -112,24 +112,6 @@ std::string prepareDataDir(const fs::path& dir) {
   return {};
 }
 
-// The host name the browser used for this page ("[::1]:8080" gives "::1"), so that the editor
-// talks to the same origin that holds the session cookie.
-std::string requestHost(const httplib::Request& req, const std::string& fallback) {
-  std::string host = req.get_header_value("Host");
-  if (host.empty()) return fallback;
-  if (host.front() == '[') {
-    const auto close = host.find(']');
-    return close == std::string::npos ? fallback : host.substr(1, close - 1);
-  }
-  if (const auto colon = host.find(':'); colon != std::string::npos) host.resize(colon);
-  for (char c : host) {
-    const bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                    c == '.' || c == '-';
-    if (!ok) return fallback;
-  }
-  return host.empty() ? fallback : host;
-}
-
 const char* statusText(int status) {
   switch (status) {
     case 400: return "Bad request.";
@@ -174,7 +156,7 @@ void ReferenceServer::Impl::serveDemoPage(const httplib::Request& req, httplib::
   // The editor's keep-alive must come well within the session's lifetime.
   const auto keepAlive = std::clamp<std::int64_t>(lifetimeSeconds / 2, 1, 300);
 
-  replaceAll(page, "{{DOMAIN}}", requestHost(req, options.host));
+  replaceAll(page, "{{DOMAIN}}", hostName(req.get_header_value("Host"), options.host));
   replaceAll(page, "{{PORT}}", std::to_string(port));
   replaceAll(page, "{{VERSION}}", productVersion());
   replaceAll(page, "{{COOKIE_NAME}}", SessionStore::kCookieName);

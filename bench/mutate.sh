@@ -39,20 +39,31 @@ refresh_copy() {
   rm -rf "$stage"
 }
 
-# The test programs, the one for the faulty file's folder first: it is the likeliest to fail.
+# The program of a tests/native folder: test_<folder>, except the server's helpers (test_server is
+# the program that runs the server itself).
+program_of() {
+  if [ "$1" = server ]; then echo test_server_helpers; else echo "test_$1"; fi
+}
+
+# The test programs, the ones for the faulty file's folder first: they are the likeliest to fail.
 programs_for() {
-  local file=$1 first=""
+  local file=$1 first=()
   case $file in
-    src/platform/native/*) first=test_http ;;
-    src/*) first=test_$(cut -d/ -f2 <<<"$file") ;;
-    server/* | cli/*) first=test_server ;;
+    src/platform/native/*) first=(test_http) ;;
+    src/*) first=("test_$(cut -d/ -f2 <<<"$file")") ;;
+    server/*) first=(test_server_helpers test_server) ;;
+    cli/*) first=(test_server) ;;
   esac
-  [ -n "$first" ] && [ -d "$root/tests/native/${first#test_}" -o "$first" = test_server ] && echo "$first"
-  for dir in "$root"/tests/native/*/; do
-    local name=test_$(basename "$dir")
-    [ "$name" != "$first" ] && echo "$name"
+  local name
+  for name in "${first[@]}"; do
+    if [ "$name" = test_server ] || [ -d "$root/tests/native/${name#test_}" ] ||
+      [ "$name" = test_server_helpers ]; then echo "$name"; fi
   done
-  [ "$first" != test_server ] && echo test_server
+  for dir in "$root"/tests/native/*/; do
+    name=$(program_of "$(basename "$dir")")
+    [[ " ${first[*]} " != *" $name "* ]] && echo "$name"
+  done
+  [[ " ${first[*]} " != *" test_server "* ]] && echo test_server
   return 0
 }
 

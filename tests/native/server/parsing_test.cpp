@@ -119,6 +119,7 @@ TEST(Multipart, RefusesBodiesThatAreNotWellFormed) {
   EXPECT_FALSE(parseMultipart("--b\r\nno colon\r\n\r\nx\r\n--b--", "b"));
   EXPECT_FALSE(parseMultipart("--b\r\nContent-Disposition: form-data; name=\"a\r\n\r\nx\r\n--b--", "b"));
   EXPECT_FALSE(parseMultipart("--bX\r\n", "b")) << "the delimiter runs on";
+  EXPECT_FALSE(parseMultipart("--bXYContent-Disposition: form-data; name=\"a\"\r\n\r\nx\r\n--b--", "b"));
   const std::string longBoundary(201, 'q');
   EXPECT_FALSE(parseMultipart("--" + longBoundary + "--", longBoundary));
   const std::string longest(200, 'q');
@@ -217,7 +218,7 @@ TEST(Origin, NormalisedFromOriginsAndWholeUrls) {
 TEST(Origin, WritesComeFromTheServersOwnPagesOrNamedOnes) {
   std::string reason;
   const std::vector<std::string> none;
-  const std::vector<std::string> named{"http://cms.example.com:8000"};
+  const std::vector<std::string> named{"HTTP://cms.example.com:8000/"};
   EXPECT_TRUE(isSameOriginWrite("", "", "127.0.0.1:8080", none, reason)) << "no browser";
   EXPECT_TRUE(isSameOriginWrite("http://127.0.0.1:8080", "", "127.0.0.1:8080", none, reason));
   EXPECT_TRUE(isSameOriginWrite("", "http://127.0.0.1:8080/?a=1", "127.0.0.1:8080", none, reason));

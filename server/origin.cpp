@@ -16,7 +16,6 @@ std::string originOf(std::string_view text) {
   if (scheme.empty()) return {};
   rest.remove_prefix(scheme.size());
   std::string_view authority = rest.substr(0, rest.find_first_of("/?#"));
-  if (authority.find('@') != std::string_view::npos) return {};  // no user names in an origin
   std::string_view host = authority, port;
   const std::size_t close = authority.find(']');
   const std::size_t colon = authority.find(':', close == std::string_view::npos ? 0 : close);
@@ -25,6 +24,7 @@ std::string originOf(std::string_view text) {
     port = authority.substr(colon + 1);
   }
   if (host.empty() || port.find_first_not_of("0123456789") != std::string_view::npos) return {};
+  // Letters, digits and the punctuation of names and addresses only: no user name ("a@b"), no path.
   for (char c : host) {
     if (std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '-' || c == '[' || c == ']' ||
         c == ':' || c == '_')

@@ -12,6 +12,9 @@
 # as stale and counts for nothing, so that the list can be kept in step with the code.
 # A fault that does not compile counts for nothing either. JOBS sets the build's parallelism;
 # MUTATE_TIMEOUT the seconds a test program may run (a fault that makes it hang is killed).
+# PROGRAMS (say "test_server_helpers test_server") runs only those test programs, for a quicker
+# look at one folder's faults; a fault that only another program would catch then counts as
+# surviving.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -96,7 +99,15 @@ run_programs() {
 
 refresh_copy
 cmake -S "$tree" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-mapfile -t everything < <(programs_for none)
+# Only the programs PROGRAMS names, when it names any.
+only() {
+  local name
+  while read -r name; do
+    if [ -z "${PROGRAMS:-}" ] || [[ " $PROGRAMS " == *" $name "* ]]; then echo "$name"; fi
+  done
+}
+
+mapfile -t everything < <(programs_for none | only)
 echo "Building the copy and checking that its tests pass as they stand..."
 if [ "$(run_programs "${everything[@]}")" != survived ]; then
   echo "mutate: the tests fail without any fault put in (see $work/test.log); fix them first" >&2
@@ -130,7 +141,7 @@ while IFS=$'\t' read -r -u 3 file text replacement || [ -n "$file" ]; do
       done = 1
     }
     { print }' "$work/original" >"$target"
-  mapfile -t order < <(programs_for "$file")
+  mapfile -t order < <(programs_for "$file" | only)
   outcome=$(run_programs "${order[@]}" </dev/null)
   restore
   folder=$(folder_of "$file")

@@ -336,14 +336,14 @@ void Front::Impl::loop() {
       } else if (events & (POLLIN | POLLHUP | POLLERR)) {
         readFrom(c, later);
       }
-      if (c.fd >= 0 && c.phase != Phase::draining &&
-          (later >= c.deadline || (c.phase == Phase::body && later >= c.pauseDeadline))) {
+      if (c.fd >= 0 && (c.phase == Phase::answering || c.phase == Phase::draining) &&
+          later >= c.deadline) {
+        closeFd(c.fd);  // a client that takes no answer, or goes on sending after it
+      } else if (c.fd >= 0 && (later >= c.deadline || (c.phase == Phase::body && later >= c.pauseDeadline))) {
         refuse(c, 408,
                c.phase == Phase::head ? "The request's headers did not arrive in time."
                                       : "The request's body did not arrive in time.",
                later);
-      } else if (c.fd >= 0 && c.phase == Phase::draining && later >= c.deadline) {
-        closeFd(c.fd);
       }
       it = c.fd < 0 ? connections.erase(it) : std::next(it);
     }

@@ -24,11 +24,24 @@ async function otherSite(html) {
   };
 }
 
+// The demo page in a browser context of its own, to which other pages of the same person can be
+// added: they share its cookies.
+async function openDemo() {
+  const context = await env.browser.newContext();
+  const demo = await context.newPage();
+  await demo.goto(env.server.url + '/');
+  await demo.waitForFunction(() => {
+    const editor = document.getElementById('editor1');
+    return editor && editor.vellmarEngine && editor.vellmarEngine.bodyHTML.includes('Welcome');
+  });
+  return demo;
+}
+
 // What the demo page's own origin reads from a script, with the author's session.
 const read = (page, path) => page.evaluate(async (p) => (await fetch(p)).text(), path);
 
 test('a page on another port cannot save, upload or delete through the author\'s session', async () => {
-  const demo = await env.openDemo();
+  const demo = await openDemo();
   const list = await read(demo, '/cms/images/list');
   const image = /<vmImagePath>([^<]+)<\/vmImagePath>/.exec(list)[1];
   const server = env.server.url;
@@ -72,15 +85,14 @@ test('a page on another port cannot save, upload or delete through the author\'s
     const saved = await demo.evaluate(async () => (await fetch('/cms/save', { method: 'POST',
       headers: { 'Content-Type': 'application/x-www-form-urlencoded' }, body: 'vmContent=%3Cp%3Emine%3C%2Fp%3E' })).text());
     assert.match(saved, /^<vmContentID>\d+<\/vmContentID>$/);
-    await attacker.close();
   } finally {
     await site.close();
-    await demo.close();
+    await demo.context().close();
   }
 });
 
 test('a document opened directly shows its text and runs none of its scripts', async () => {
-  const demo = await env.openDemo();
+  const demo = await openDemo();
   const saved = await demo.evaluate(async () => (await fetch('/cms/save', { method: 'POST',
     headers: { 'Content-Type': 'application/x-www-form-urlencoded' },
     body: 'vmContent=' + encodeURIComponent('<p id="t">visible text</p><script>document.title = "ran: " + document.cookie</script>' +
@@ -93,6 +105,5 @@ test('a document opened directly shows its text and runs none of its scripts', a
   // The image has failed to load by now, so its handler would have run.
   await viewer.waitForFunction(() => document.images[0].complete);
   assert.equal(await viewer.locator('body').getAttribute('data-ran'), null);
-  await viewer.close();
-  await demo.close();
+  await demo.context().close();
 });

@@ -12,6 +12,9 @@
 # as stale and counts for nothing, so that the list can be kept in step with the code.
 # A fault that does not compile counts for nothing either. JOBS sets the build's parallelism;
 # MUTATE_TIMEOUT the seconds a test program may run (a fault that makes it hang is killed).
+# PROGRAMS (say "test_server_helpers test_server") runs only those test programs, for a quicker
+# look at one folder's faults; a fault that only another program would catch then counts as
+# surviving.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -39,20 +42,31 @@ refresh_copy() {
   rm -rf "$stage"
 }
 
-# The test programs, the one for the faulty file's folder first: it is the likeliest to fail.
+# The program of a tests/native folder: test_<folder>, except the server's helpers (test_server is
+# the program that runs the server itself).
+program_of() {
+  if [ "$1" = server ]; then echo test_server_helpers; else echo "test_$1"; fi
+}
+
+# The test programs, the ones for the faulty file's folder first: they are the likeliest to fail.
 programs_for() {
-  local file=$1 first=""
+  local file=$1 first=()
   case $file in
-    src/platform/native/*) first=test_http ;;
-    src/*) first=test_$(cut -d/ -f2 <<<"$file") ;;
-    server/* | cli/*) first=test_server ;;
+    src/platform/native/*) first=(test_http) ;;
+    src/*) first=("test_$(cut -d/ -f2 <<<"$file")") ;;
+    server/*) first=(test_server_helpers test_server) ;;
+    cli/*) first=(test_server) ;;
   esac
-  [ -n "$first" ] && [ -d "$root/tests/native/${first#test_}" -o "$first" = test_server ] && echo "$first"
-  for dir in "$root"/tests/native/*/; do
-    local name=test_$(basename "$dir")
-    [ "$name" != "$first" ] && echo "$name"
+  local name
+  for name in "${first[@]}"; do
+    if [ "$name" = test_server ] || [ -d "$root/tests/native/${name#test_}" ] ||
+      [ "$name" = test_server_helpers ]; then echo "$name"; fi
   done
-  [ "$first" != test_server ] && echo test_server
+  for dir in "$root"/tests/native/*/; do
+    name=$(program_of "$(basename "$dir")")
+    [[ " ${first[*]} " != *" $name "* ]] && echo "$name"
+  done
+  [[ " ${first[*]} " != *" test_server "* ]] && echo test_server
   return 0
 }
 
@@ -85,7 +99,15 @@ run_programs() {
 
 refresh_copy
 cmake -S "$tree" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-mapfile -t everything < <(programs_for none)
+# Only the programs PROGRAMS names, when it names any.
+only() {
+  local name
+  while read -r name; do
+    if [ -z "${PROGRAMS:-}" ] || [[ " $PROGRAMS " == *" $name "* ]]; then echo "$name"; fi
+  done
+}
+
+mapfile -t everything < <(programs_for none | only)
 echo "Building the copy and checking that its tests pass as they stand..."
 if [ "$(run_programs "${everything[@]}")" != survived ]; then
   echo "mutate: the tests fail without any fault put in (see $work/test.log); fix them first" >&2
@@ -119,7 +141,7 @@ while IFS=$'\t' read -r -u 3 file text replacement || [ -n "$file" ]; do
       done = 1
     }
     { print }' "$work/original" >"$target"
-  mapfile -t order < <(programs_for "$file")
+  mapfile -t order < <(programs_for "$file" | only)
   outcome=$(run_programs "${order[@]}" </dev/null)
   restore
   folder=$(folder_of "$file")

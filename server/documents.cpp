@@ -40,6 +40,10 @@ std::optional<DocumentStore::Saved> DocumentStore::save(std::optional<std::int64
         .bind(3, body)
         .bind(4, now)
         .run();
+    c.prepare("DELETE FROM versions WHERE document_id = ? AND number <= ?")
+        .bind(1, saved.id)
+        .bind(2, saved.version - keepVersions_)
+        .run();
     return saved;
   });
 }

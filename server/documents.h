@@ -10,10 +10,12 @@
 namespace vellmar::server {
 
 // Documents and their versions. A document is the inner HTML of a page body, stored as the bytes
-// the editor posted; every save adds a version and none is ever overwritten.
+// the editor posted; every save adds a version and none is ever overwritten. Of each document the
+// newest `keepVersions` versions are kept; older ones are deleted by the save that passes them.
 class DocumentStore {
  public:
-  explicit DocumentStore(Database& db) : db_(db) {}
+  explicit DocumentStore(Database& db, std::int64_t keepVersions = 100)
+      : db_(db), keepVersions_(keepVersions < 1 ? 1 : keepVersions) {}
 
   struct Saved {
     std::int64_t id = 0;
@@ -36,6 +38,7 @@ class DocumentStore {
 
  private:
   Database& db_;
+  std::int64_t keepVersions_;
 };
 
 // The whole page the content script answers with: a head carrying the site style sheet link and

@@ -1,6 +1,9 @@
 #include "server/form.h"
 
 #include <cctype>
+#include <charconv>
+
+#include "server/media.h"
 
 namespace vellmar::server {
 
@@ -74,6 +77,21 @@ std::optional<std::string> FormFields::get(std::string_view name) const {
   for (const auto& [n, v] : fields_)
     if (n == name) return v;
   return std::nullopt;
+}
+
+std::optional<std::int64_t> documentIdOf(const FormFields& fields) {
+  const auto given = fields.get("vmContentID");
+  if (!given) return std::nullopt;
+  const std::string& text = *given;
+  std::string_view trimmed = text;
+  while (!trimmed.empty() && trimmed.front() == ' ') trimmed.remove_prefix(1);
+  while (!trimmed.empty() && trimmed.back() == ' ') trimmed.remove_suffix(1);
+  if (trimmed.empty()) return std::nullopt;
+  std::int64_t id = 0;
+  const auto [end, ec] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), id);
+  if (ec != std::errc() || end != trimmed.data() + trimmed.size() || id <= 0)
+    throw RequestError(400, "vmContentID must be a document number, not '" + text + "'.");
+  return id;
 }
 
 }  // namespace vellmar::server

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,5 +31,9 @@ class FormFields {
  private:
   std::vector<std::pair<std::string, std::string>> fields_;
 };
+
+// The document number a request names in vmContentID; nothing when the variable is absent or
+// blank. Throws RequestError 400 for anything but a positive number (blanks around it allowed).
+std::optional<std::int64_t> documentIdOf(const FormFields& fields);
 
 }  // namespace vellmar::server

@@ -15,7 +15,9 @@ int main(int argc, char** argv) {
     std::fprintf(stderr,
                  "usage: vellmar-server [--host 127.0.0.1] [--port 8080] [--data DIR] [--web DIR]\n"
                  "                      [--demo DIR] [--session-minutes 20] [--max-upload 2097152]\n"
-                 "                      [--max-document 67108864]\n");
+                 "                      [--max-document 67108864] [--header-seconds 5]\n"
+                 "                      [--allow-origin ORIGIN]... [--keep-versions 100]\n"
+                 "                      [--max-sessions 10000]\n");
     return 2;
   }
 

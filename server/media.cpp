@@ -1,5 +1,7 @@
 #include "server/media.h"
 
+#include "server/image_size.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -18,48 +20,6 @@ namespace {
 constexpr const char* kTempPrefix = ".upload-";
 
 unsigned byteAt(std::string_view b, std::size_t i) { return static_cast<unsigned char>(b[i]); }
-
-int be16(std::string_view b, std::size_t i) {
-  return static_cast<int>((byteAt(b, i) << 8) | byteAt(b, i + 1));
-}
-
-int le16(std::string_view b, std::size_t i) {
-  return static_cast<int>(byteAt(b, i) | (byteAt(b, i + 1) << 8));
-}
-
-int be32(std::string_view b, std::size_t i) {
-  const std::uint32_t v = (byteAt(b, i) << 24) | (byteAt(b, i + 1) << 16) |
-                          (byteAt(b, i + 2) << 8) | byteAt(b, i + 3);
-  return v > 0x7FFFFFFFu ? 0 : static_cast<int>(v);
-}
-
-// Walks the JPEG segments up to the first frame header, which holds the pixel size.
-void readJpegSize(std::string_view b, ImageInfo& info) {
-  std::size_t i = 2;
-  while (i + 3 < b.size()) {
-    if (byteAt(b, i) != 0xFF) return;
-    unsigned marker = byteAt(b, i + 1);
-    if (marker == 0xFF) {  // fill byte
-      ++i;
-      continue;
-    }
-    if (marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8)) {  // markers without a length
-      i += 2;
-      continue;
-    }
-    if (marker == 0xD9 || marker == 0xDA) return;  // end of image, start of scan
-    const auto length = static_cast<std::size_t>(be16(b, i + 2));
-    const bool frame = marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 &&
-                       marker != 0xCC;
-    if (frame && i + 8 < b.size()) {
-      info.height = be16(b, i + 5);
-      info.width = be16(b, i + 7);
-      return;
-    }
-    if (length < 2) return;
-    i += 2 + length;
-  }
-}
 
 std::int64_t nowSeconds() {
   return std::chrono::duration_cast<std::chrono::seconds>(
@@ -108,19 +68,17 @@ void writeNewFile(const fs::path& path, std::string_view bytes) {
 
 ImageInfo inspectImage(std::string_view b) {
   ImageInfo info;
-  if (b.size() >= 10 && (b.substr(0, 6) == "GIF87a" || b.substr(0, 6) == "GIF89a")) {
+  if (b.size() >= 6 && (b.substr(0, 6) == "GIF87a" || b.substr(0, 6) == "GIF89a")) {
     info.type = ImageType::gif;
-    info.width = le16(b, 6);
-    info.height = le16(b, 8);
   } else if (b.size() >= 8 && b.substr(0, 8) == std::string_view("\x89PNG\r\n\x1a\n", 8)) {
     info.type = ImageType::png;
-    if (b.size() >= 24 && b.substr(12, 4) == "IHDR") {
-      info.width = be32(b, 16);
-      info.height = be32(b, 20);
-    }
   } else if (b.size() >= 3 && byteAt(b, 0) == 0xFF && byteAt(b, 1) == 0xD8 && byteAt(b, 2) == 0xFF) {
     info.type = ImageType::jpeg;
-    readJpegSize(b, info);
+  }
+  if (info.type != ImageType::none) {
+    const auto size = imagePixelSize(b);
+    info.width = size.first;
+    info.height = size.second;
   }
   return info;
 }

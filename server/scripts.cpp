@@ -11,6 +11,7 @@
 #include "http/charset.h"
 #include "server/form.h"
 #include "server/multipart.h"
+#include "server/origin.h"
 
 namespace vellmar::server {
 
@@ -79,22 +80,6 @@ httplib::Server::Handler guarded(Script script, const char* cacheControl = "no-s
   };
 }
 
-// A document number from a request variable; nothing when the variable is absent or empty.
-std::optional<std::int64_t> documentId(const FormFields& fields) {
-  const auto given = fields.get("vmContentID");
-  if (!given) return std::nullopt;
-  const std::string& text = *given;
-  std::string_view trimmed = text;
-  while (!trimmed.empty() && trimmed.front() == ' ') trimmed.remove_prefix(1);
-  while (!trimmed.empty() && trimmed.back() == ' ') trimmed.remove_suffix(1);
-  if (trimmed.empty()) return std::nullopt;
-  std::int64_t id = 0;
-  const auto [end, ec] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), id);
-  if (ec != std::errc() || end != trimmed.data() + trimmed.size() || id <= 0)
-    throw RequestError(400, "vmContentID must be a document number, not '" + text + "'.");
-  return id;
-}
-
 std::string linkDocument(Database& db, const char* list, const char* root, const char* item,
                          const char* addressElement) {
   std::string xml = std::string("<") + root + ">\r\n";
@@ -121,27 +106,45 @@ std::string readWholeFile(const fs::path& path) {
 }  // namespace
 
 Scripts::Scripts(Database& db, SessionStore& sessions, DocumentStore& documents, MediaStore& media,
-                 std::size_t maxUpload, std::size_t maxDocument)
+                 std::size_t maxUpload, std::size_t maxDocument,
+                 std::vector<std::string> allowOrigins)
     : db_(db),
       sessions_(sessions),
       documents_(documents),
       media_(media),
       maxUpload_(maxUpload),
-      maxDocument_(maxDocument) {}
+      maxDocument_(maxDocument),
+      allowOrigins_(std::move(allowOrigins)) {}
+
+void Scripts::requireSession(const std::string& cookieHeader, bool persist) {
+  const std::string token = SessionStore::cookieValue(cookieHeader, SessionStore::kCookieName);
+  if (sessions_.touch(token, persist)) return;
+  throw RequestError(403, token.empty()
+                              ? "Forbidden: this script needs a session; open the demo page to get one."
+                              : "Forbidden: the session has ended; open the demo page again.");
+}
+
+void Scripts::admitWrite(const httplib::Request& req) {
+  std::string reason;
+  if (!isSameOriginWrite(req.get_header_value("Origin"), req.get_header_value("Referer"),
+                         req.get_header_value("Host"), allowOrigins_, reason))
+    throw RequestError(403, reason);
+  requireSession(req.get_header_value("Cookie"), false);
+}
 
 void Scripts::install(httplib::Server& http) {
   http.set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
     if (req.path.rfind(paths::kScriptPrefix, 0) != 0) return httplib::Server::HandlerResponse::Unhandled;
+    // A POST is checked by its script once its body has been read (admitWrite).
+    if (req.method == "POST") {
+      takeOverBody(req);
+      return httplib::Server::HandlerResponse::Unhandled;
+    }
     try {
-      const std::string token =
-          SessionStore::cookieValue(req.get_header_value("Cookie"), SessionStore::kCookieName);
-      if (sessions_.touch(token, req.path == paths::kKeepAlive)) {
-        if (req.method == "POST") takeOverBody(req);
-        return httplib::Server::HandlerResponse::Unhandled;
-      }
-      answer(res, 403,
-             token.empty() ? "Forbidden: this script needs a session; open the demo page to get one."
-                           : "Forbidden: the session has ended; open the demo page again.");
+      requireSession(req.get_header_value("Cookie"), req.path == paths::kKeepAlive);
+      return httplib::Server::HandlerResponse::Unhandled;
+    } catch (const RequestError& e) {
+      answer(res, e.status(), e.what());
     } catch (const std::exception& e) {
       answer(res, 503, std::string("The session could not be checked: ") + e.what());
     }
@@ -150,7 +153,7 @@ void Scripts::install(httplib::Server& http) {
   });
 
   http.Get(paths::kContent, guarded([this](const httplib::Request& req, httplib::Response& res) {
-    auto id = documentId(fieldsOf(req));
+    auto id = documentIdOf(fieldsOf(req));
     if (!id) id = documents_.firstDocument();
     std::optional<std::string> body;
     if (id) body = documents_.latest(*id);
@@ -159,14 +162,19 @@ void Scripts::install(httplib::Server& http) {
         throw RequestError(404, "No document " + std::to_string(*id) + ".");
       body = std::string("<p>No document has been saved yet.</p>");
     }
+    // Opened directly, a document runs nothing: a script saved in it would otherwise run in the
+    // server's origin, beside the demo page and its session. The editor reads the text and is
+    // unaffected.
+    res.set_header("Content-Security-Policy", "sandbox");
     res.set_content(renderDocumentPage("Document " + std::to_string(id.value_or(0)), *body), kHtml);
   }));
 
   http.Post(paths::kSave, guarded([this](const httplib::Request& req, httplib::Response& res) {
+    admitWrite(req);
     const FormFields fields = fieldsOf(req);
     const auto given = fields.get("vmContent");
     if (!given) throw RequestError(400, "Nothing to save: the form field vmContent is missing.");
-    const auto id = documentId(fields);
+    const auto id = documentIdOf(fields);
     const std::string& content = *given;
     if (content.size() > maxDocument_)
       throw RequestError(413, "The document is larger than the server's limit of " +
@@ -207,6 +215,7 @@ void Scripts::install(httplib::Server& http) {
   }));
 
   http.Post(paths::kImageUpload, guarded([this](const httplib::Request& req, httplib::Response& res) {
+    admitWrite(req);
     const std::string boundary = multipartBoundary(req.get_header_value(kBodyContentType));
     if (boundary.empty())
       throw RequestError(400, "An image upload must be sent as multipart/form-data.");
@@ -235,6 +244,7 @@ void Scripts::install(httplib::Server& http) {
   }));
 
   http.Post(paths::kImageDelete, guarded([this](const httplib::Request& req, httplib::Response& res) {
+    admitWrite(req);
     const auto path = fieldsOf(req).get("vmImagePath");
     if (!path) throw RequestError(400, "Nothing to delete: the form field vmImagePath is missing.");
     const StoredImage image = media_.remove(*path);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 #include "server/database.h"
 #include "server/documents.h"
@@ -9,6 +11,7 @@
 
 namespace httplib {
 class Server;
+struct Request;
 }
 
 namespace vellmar::server {
@@ -31,12 +34,15 @@ constexpr const char* kScriptPrefix = "/cms/";
 // open that document's latest version when the browser comes back.
 constexpr const char* kLastDocumentCookie = "vmDocument";
 
-// The scripts the editor talks to. Every path under /cms/ needs a live session (403 otherwise);
-// every refusal is a status with a short text, and no refused request changes anything.
+// The scripts the editor talks to. Every path under /cms/ needs a live session (403 otherwise), and
+// the scripts that change something (save, upload, delete) refuse a browser's request sent from
+// another site's page (403); every refusal is a status with a short text, and no refused request
+// changes anything. A refused POST is refused after its body is read, so the client sees the
+// answer rather than a connection reset in the middle of sending.
 class Scripts {
  public:
   Scripts(Database& db, SessionStore& sessions, DocumentStore& documents, MediaStore& media,
-          std::size_t maxUpload, std::size_t maxDocument);
+          std::size_t maxUpload, std::size_t maxDocument, std::vector<std::string> allowOrigins = {});
 
   // Registers the scripts, the /media/ files and the session check on `http`.
   void install(httplib::Server& http);
@@ -48,6 +54,12 @@ class Scripts {
   MediaStore& media_;
   std::size_t maxUpload_;
   std::size_t maxDocument_;
+  std::vector<std::string> allowOrigins_;
+
+  // Throws RequestError 403 unless the request carries a live session.
+  void requireSession(const std::string& cookieHeader, bool persist);
+  // Throws RequestError 403 for a write from another site, then checks the session.
+  void admitWrite(const httplib::Request& req);
 };
 
 }  // namespace vellmar::server

@@ -11,11 +11,14 @@
 #include <optional>
 #include <sstream>
 #include <system_error>
+#include <thread>
 
 #include "common/version.h"
 #include "server/database.h"
 #include "server/documents.h"
+#include "server/front.h"
 #include "server/media.h"
+#include "server/origin.h"
 #include "server/scripts.h"
 #include "server/seed.h"
 #include "server/sessions.h"
@@ -33,16 +36,26 @@ std::chrono::milliseconds sessionLifetime(double minutes) {
   return std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(minutes * 60000.0)));
 }
 
+FrontLimits frontLimits(const Options& o) {
+  FrontLimits limits;
+  limits.headerTime = std::chrono::milliseconds(std::llround(o.headerSeconds * 1000.0));
+  limits.maxBody = maxRequestBody(o);
+  limits.relayThreads = kWorkerThreads;
+  return limits;
+}
+
 }  // namespace
 
 struct ReferenceServer::Impl {
   explicit Impl(Options o)
       : options(std::move(o)),
         db(options.dataDir / "vellmar.db"),
-        sessions(db, sessionLifetime(options.sessionMinutes)),
-        documents(db),
+        sessions(db, sessionLifetime(options.sessionMinutes), options.maxSessions),
+        documents(db, options.keepVersions),
         media(db, options.dataDir / "media"),
-        scripts(db, sessions, documents, media, options.maxUpload, options.maxDocument) {}
+        scripts(db, sessions, documents, media, options.maxUpload, options.maxDocument,
+                options.allowOrigins),
+        front(frontLimits(options)) {}
 
   Options options;
   Database db;
@@ -51,7 +64,10 @@ struct ReferenceServer::Impl {
   MediaStore media;
   Scripts scripts;
   httplib::Server http;
-  int port = 0;
+  Front front;
+  int port = 0;       // the public port, the front's
+  int innerPort = 0;  // the library's, on the loopback interface
+  int innerSocket = -1;
 
   void serveDemoPage(const httplib::Request& req, httplib::Response& res);
   // The document this browser saved last, when it still exists; "" otherwise.
@@ -96,24 +112,6 @@ std::string prepareDataDir(const fs::path& dir) {
   return {};
 }
 
-// The host name the browser used for this page ("[::1]:8080" gives "::1"), so that the editor
-// talks to the same origin that holds the session cookie.
-std::string requestHost(const httplib::Request& req, const std::string& fallback) {
-  std::string host = req.get_header_value("Host");
-  if (host.empty()) return fallback;
-  if (host.front() == '[') {
-    const auto close = host.find(']');
-    return close == std::string::npos ? fallback : host.substr(1, close - 1);
-  }
-  if (const auto colon = host.find(':'); colon != std::string::npos) host.resize(colon);
-  for (char c : host) {
-    const bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                    c == '.' || c == '-';
-    if (!ok) return fallback;
-  }
-  return host.empty() ? fallback : host;
-}
-
 const char* statusText(int status) {
   switch (status) {
     case 400: return "Bad request.";
@@ -145,16 +143,20 @@ void ReferenceServer::Impl::serveDemoPage(const httplib::Request& req, httplib::
     res.set_content("The demo page is missing.", "text/plain");
     return;
   }
-  // A visitor who still has a live session keeps it; everybody else gets a new one.
-  std::string token =
+  // Every visit gets a session of its own, and the one the browser brought ends: a token that
+  // somebody else planted in this browser (a page on another port of the host can set cookies
+  // for it) is never carried on. Other editors of this browser go on with the new one, which the
+  // browser sends in place of the old.
+  const std::string presented =
       SessionStore::cookieValue(req.get_header_value("Cookie"), SessionStore::kCookieName);
-  if (!sessions.touch(token)) token = sessions.create();
+  const std::string token = sessions.create();
+  if (!presented.empty()) sessions.end(presented);
 
   const auto lifetimeSeconds = sessions.lifetime().count() / 1000;
   // The editor's keep-alive must come well within the session's lifetime.
   const auto keepAlive = std::clamp<std::int64_t>(lifetimeSeconds / 2, 1, 300);
 
-  replaceAll(page, "{{DOMAIN}}", requestHost(req, options.host));
+  replaceAll(page, "{{DOMAIN}}", hostName(req.get_header_value("Host"), options.host));
   replaceAll(page, "{{PORT}}", std::to_string(port));
   replaceAll(page, "{{VERSION}}", productVersion());
   replaceAll(page, "{{COOKIE_NAME}}", SessionStore::kCookieName);
@@ -197,11 +199,12 @@ std::string ReferenceServer::start() {
   // is read and then refused with its own message, a body beyond this is refused by the library
   // with 413 before it is read.
   http.set_payload_max_length(maxRequestBody(o));
-  // The library's default also sets SO_REUSEPORT, which would let a second server share a port
-  // that is taken instead of failing at start.
-  http.set_socket_options([](socket_t sock) {
+  // The library listens on a loopback port of its own behind the front. Its backlog is fixed at
+  // five inside the library; the socket is remembered here so that it can be raised.
+  http.set_socket_options([this](socket_t sock) {
     int yes = 1;
     setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+    impl_->innerSocket = sock;
   });
   http.set_mount_point("/vellmar", o.webDir.string());
   http.set_mount_point("/demo", o.demoDir.string());
@@ -237,23 +240,29 @@ std::string ReferenceServer::start() {
     }
   });
 
-  if (o.port == 0) {
-    impl_->port = http.bind_to_any_port(o.host);
-    if (impl_->port <= 0) return "cannot listen on " + o.host + ": no free port";
-  } else {
-    if (!http.bind_to_port(o.host, o.port))
-      return "cannot listen on " + o.host + ":" + std::to_string(o.port) +
-             ": the address is in use or not available";
-    impl_->port = o.port;
-  }
+  impl_->innerPort = http.bind_to_any_port("127.0.0.1");
+  if (impl_->innerPort <= 0) return "cannot listen on a loopback port for the scripts";
+  if (impl_->innerSocket >= 0) ::listen(impl_->innerSocket, 1024);
+  std::string error;
+  impl_->port = impl_->front.bind(o.host, o.port, error);
+  if (impl_->port < 0) return error;
   return {};
 }
 
-void ReferenceServer::run() { impl_->http.listen_after_bind(); }
+void ReferenceServer::run() {
+  std::thread library([this] { impl_->http.listen_after_bind(); });
+  impl_->front.run(impl_->innerPort);
+  // The front has ended every exchange it had handed on, so the library's workers are free. A stop
+  // that came before the library began to listen would be lost: wait for it, briefly.
+  for (int i = 0; i < 400 && !impl_->http.is_running(); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  impl_->http.stop();
+  library.join();
+}
 
-void ReferenceServer::stop() { impl_->http.stop(); }
+void ReferenceServer::stop() { impl_->front.stop(); }
 
-bool ReferenceServer::running() const { return impl_->http.is_running(); }
+bool ReferenceServer::running() const { return impl_->front.running(); }
 
 int ReferenceServer::boundPort() const { return impl_->port; }
 
@@ -305,6 +314,31 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
         return false;
       }
       options.sessionMinutes = minutes;
+    } else if (arg == "--header-seconds") {
+      if (!value(v)) return false;
+      char* end = nullptr;
+      const double seconds = std::strtod(v.c_str(), &end);
+      if (v.empty() || *end != '\0' || !(seconds >= 0.1) || seconds > 3600) {
+        error = "--header-seconds must be a number of seconds from 0.1 to 3600, not '" + v + "'";
+        return false;
+      }
+      options.headerSeconds = seconds;
+    } else if (arg == "--allow-origin") {
+      if (!value(v)) return false;
+      if (originOf(v).empty()) {
+        error = "--allow-origin must be an origin such as http://cms.example.com:8000, not '" + v + "'";
+        return false;
+      }
+      options.allowOrigins.push_back(v);
+    } else if (arg == "--keep-versions" || arg == "--max-sessions") {
+      if (!value(v)) return false;
+      char* end = nullptr;
+      const long long n = std::strtoll(v.c_str(), &end, 10);
+      if (v.empty() || *end != '\0' || n < 1 || n > 1000000000) {
+        error = arg + " must be a number from 1 to 1000000000, not '" + v + "'";
+        return false;
+      }
+      (arg == "--keep-versions" ? options.keepVersions : options.maxSessions) = n;
     } else if (arg == "--max-upload" || arg == "--max-document") {
       if (!value(v)) return false;
       char* end = nullptr;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vellmar::server {
 
@@ -16,6 +18,10 @@ struct Options {
   double sessionMinutes = 20;     // a session lapses after this long without a request
   std::size_t maxUpload = 2097152;  // largest image file accepted, in bytes
   std::size_t maxDocument = 67108864;  // largest document a save stores, in bytes
+  double headerSeconds = 5;  // the time a client has for its request line and headers
+  std::vector<std::string> allowOrigins;  // other origins whose pages may save, upload and delete
+  std::int64_t keepVersions = 100;        // versions kept per document, the newest ones
+  std::int64_t maxSessions = 10000;       // live sessions kept; beyond, the least recently used end
 };
 
 // The reference server: serves the component under /vellmar/, the demo page at / and the

@@ -32,9 +32,11 @@ std::string_view trim(std::string_view s) {
 
 }  // namespace
 
-SessionStore::SessionStore(Database& db, std::chrono::milliseconds lifetime)
+SessionStore::SessionStore(Database& db, std::chrono::milliseconds lifetime,
+                           std::int64_t maxSessions)
     : db_(db),
       lifetime_(lifetime),
+      maxSessions_(std::max<std::int64_t>(1, maxSessions)),
       writeInterval_(std::min<std::int64_t>(5000, lifetime.count() / 10)) {}
 
 std::int64_t SessionStore::nowMs() {
@@ -46,18 +48,38 @@ std::int64_t SessionStore::nowMs() {
 std::string SessionStore::create() {
   const std::int64_t now = nowMs();
   std::string token = randomToken();
-  db_.write([&](Connection& c) {
+  const bool capped = db_.write([&](Connection& c) {
     c.prepare("DELETE FROM sessions WHERE last_seen < ?").bind(1, now - lifetime_.count()).run();
     c.prepare("INSERT INTO sessions(token, created, last_seen) VALUES(?, ?, ?)")
         .bind(1, token)
         .bind(2, now)
         .bind(3, now)
         .run();
+    // The times in the database lag those in memory by a few seconds at most, which is all the
+    // order of the least recently used needs.
+    c.prepare("DELETE FROM sessions WHERE token IN (SELECT token FROM sessions "
+              "ORDER BY last_seen DESC, created DESC LIMIT -1 OFFSET ?)")
+        .bind(1, maxSessions_)
+        .run();
+    return c.changes() > 0;
   });
   std::lock_guard lock(mutex_);
   std::erase_if(cache_, [&](const auto& kv) { return now - kv.second.lastSeen > lifetime_.count(); });
   cache_[token] = Entry{now, now};
+  if (capped) {
+    // The sessions that ended for the limit are forgotten here too: the database is asked again.
+    std::erase_if(cache_, [&](const auto& kv) { return kv.first != token; });
+  }
   return token;
+}
+
+void SessionStore::end(std::string_view tokenView) {
+  const std::string token(tokenView);
+  {
+    std::lock_guard lock(mutex_);
+    cache_.erase(token);
+  }
+  db_.write([&](Connection& c) { c.prepare("DELETE FROM sessions WHERE token = ?").bind(1, token).run(); });
 }
 
 bool SessionStore::touch(std::string_view tokenView, bool persist) {

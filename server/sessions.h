@@ -19,10 +19,14 @@ class SessionStore {
  public:
   static constexpr const char* kCookieName = "vmSession";
 
-  SessionStore(Database& db, std::chrono::milliseconds lifetime);
+  // At most `maxSessions` live at once: beyond, the least recently used ones end.
+  SessionStore(Database& db, std::chrono::milliseconds lifetime, std::int64_t maxSessions = 10000);
 
-  // A new live session; expired ones are swept out on the way.
+  // A new live session; expired ones are deleted on the way, and the least recently used ones
+  // when more than the limit are live.
   std::string create();
+  // Ends a session at once (nothing happens for an unknown token).
+  void end(std::string_view token);
   // True when `token` names a live session, which then counts as used now. `persist` writes the
   // new time through at once (the keep-alive script does, so that its effect survives a restart).
   bool touch(std::string_view token, bool persist = false);
@@ -43,6 +47,7 @@ class SessionStore {
 
   Database& db_;
   std::chrono::milliseconds lifetime_;
+  std::int64_t maxSessions_;
   std::int64_t writeInterval_;
   std::mutex mutex_;
   std::unordered_map<std::string, Entry> cache_;

@@ -106,6 +106,10 @@ TEST_F(Media, OnlyRealImagesWithinTheSizeLimitAreAccepted) {
   EXPECT_EQ(text.message, "HTTP Error: HTTP/1.1 415 Unsupported Media Type");
   EXPECT_NE(text.body.find("GIF, JPEG and PNG"), std::string::npos);
 
+  const Outcome empty = upload("nothing", "", "empty.gif");
+  EXPECT_EQ(empty.message, "HTTP Error: HTTP/1.1 400 Bad Request");
+  EXPECT_NE(empty.body.find("The image file is empty."), std::string::npos) << empty.body;
+
   const std::string exactly = kGif + std::string(1000 - kGif.size(), '\0');
   EXPECT_EQ(upload("exactly", exactly).event, "complete");
   const Outcome big = upload("too big", exactly + "x");

@@ -132,11 +132,14 @@ TEST_F(SavedText, TheDemoPageReopensTheDocumentThisBrowserSavedLast) {
 
   // The browser comes back with that cookie: the page opens the document, whose latest version
   // the content script serves.
+  // Each visit hands out a new session and ends the one the browser brought.
   const auto reload = [&](const std::string& document) {
-    return withHead(server.port(), 0, "/", [&](http::ctlHttpRequest& r) {
+    Answer page = withHead(server.port(), 0, "/", [&](http::ctlHttpRequest& r) {
       r.addCookieVariable("vmSession", session);
       r.addCookieVariable("vmDocument", document);
     });
+    session = paramValue(page.outcome.body, "CookieValue1");
+    return page;
   };
   EXPECT_EQ(paramValue(reload(id).outcome.body, "ContentID"), id);
   const Answer again = request(1, "/cms/save", [&](auto& r) {

@@ -46,7 +46,7 @@ class Scripts : public ::testing::Test {
   }
 };
 
-TEST_F(Scripts, DemoPageHandsOutASessionAndKeepsALiveOne) {
+TEST_F(Scripts, DemoPageHandsOutAFreshSessionOnEveryVisit) {
   std::string page;
   const std::string again = demoSession(server->port(), &page);
   EXPECT_NE(page.find("value=\"vmSession\""), std::string::npos);
@@ -54,11 +54,17 @@ TEST_F(Scripts, DemoPageHandsOutASessionAndKeepsALiveOne) {
   EXPECT_NE(page.find("value=\"2097152\""), std::string::npos);
   EXPECT_NE(again, session) << "a visitor without a cookie gets a session of their own";
 
-  // A visitor who sends a live session cookie keeps it.
+  // A live token planted in a browser (here: somebody else's) is not taken over by the page: the
+  // visitor gets a new one, and the planted one ends, so whoever planted it holds nothing.
   const Outcome o = exchange(server->port(), 0, "/", [&](http::ctlHttpRequest& r) {
     r.addCookieVariable("vmSession", session);
   });
-  EXPECT_NE(o.body.find("value=\"" + session + "\""), std::string::npos);
+  ASSERT_EQ(o.event, "complete");
+  EXPECT_EQ(o.body.find(session), std::string::npos);
+  EXPECT_EQ(sessionExchange(server->port(), session, 0, "/cms/keepalive").message,
+            "HTTP Error: HTTP/1.1 403 Forbidden");
+  EXPECT_EQ(sessionExchange(server->port(), again, 0, "/cms/keepalive").event, "complete")
+      << "other visitors keep theirs";
 }
 
 TEST_F(Scripts, EveryScriptRefusesRequestsWithoutALiveSession) {

@@ -30,6 +30,9 @@ native:
 web:
 	@emcmake cmake -S . -B $(WEB) -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 	@cmake --build $(WEB) -j $(JOBS)
+	@# What a page downloads before the editor shows, as served and as gzip sends it.
+	@for f in $(WEB)/dist/vellmar.js $(WEB)/dist/vellmar.wasm $(WEB)/dist/vellmar.css; do \
+	  printf '%-32s %8d bytes, gzip %7d\n' "$$f" "$$(wc -c <$$f)" "$$(gzip -9c $$f | wc -c)"; done
 
 test: build
 	@$(MAKE) --no-print-directory test-native test-browser
@@ -63,6 +66,8 @@ bench: build
 	@for b in $(NATIVE)/bench/bench_*; do echo "== $$b"; $$b; done
 	@echo "== $(WEB)/bench/bench_html_cleanup.js (the browser build, under node)"
 	@node $(WEB)/bench/bench_html_cleanup.js
+	@echo "== bench/startup.js (start-up, bytes, serialization and memory beside a bare design-mode frame)"
+	@node bench/startup.js
 
 # One-line faults of bench/mutations.txt put into a copy of the sources one at a time; prints the
 # share the native tests catch, per folder. The working tree is left alone.

@@ -18,6 +18,7 @@
     locateFile: (path) => baseUrl + path,
   }).then((m) => {
     module = m;
+    performance.mark('vellmar-module-ready');
     return m;
   });
 
@@ -103,6 +104,7 @@
       if (!element.isConnected || instances.get(element) !== inst) return;
       inst.resize(...size(element));
       inst.show();
+      if (!performance.getEntriesByName('vellmar-shown').length) performance.mark('vellmar-shown');
     }));
   }
 
@@ -191,5 +193,7 @@
       return window.Vellmar;
     }),
     version: () => (module ? module.version() : undefined),
+    // The WebAssembly memory the editors of this page share, in bytes.
+    memoryBytes: () => (module && module.HEAP8 ? module.HEAP8.buffer.byteLength : 0),
   };
 })();

@@ -1,4 +1,5 @@
 #include "platform/browser/colour_selector_view.h"
+#include "platform/browser/elements.h"
 
 #include "common/diagnostics.h"
 #include "platform/browser/dom.h"
@@ -8,16 +9,6 @@ namespace vellmar::browser {
 namespace {
 
 using emscripten::val;
-
-val create(const char* tag, const char* className) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  if (className && *className) el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
-
-void attr(const val& el, const std::string& name, const std::string& value) {
-  el.call<void>("setAttribute", name, value);
-}
 
 std::string lowerCase(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -30,14 +21,14 @@ std::string lowerCase(std::string text) {
 
 ColourPicker::ColourPicker(val root) : dialog_(std::move(root), "Color", "vellmar-colour-picker") {
   grid_ = create("div", "vellmar-colour-grid");
-  attr(grid_, "role", "group");
-  attr(grid_, "aria-label", "Colours");
+  setAttr(grid_, "role", "group");
+  setAttr(grid_, "aria-label", "Colours");
   for (std::string_view colour : toolbars::pickerPalette()) {
     val swatch = dialog_.makeButton("", [this, c = std::string(colour)] { finish(c); });
-    attr(swatch, "class", "vellmar-colour-swatch");
-    attr(swatch, "aria-label", toolbars::colourName(colour));
-    attr(swatch, "title", toolbars::colourName(colour));
-    attr(swatch, "data-colour", std::string(colour));
+    setAttr(swatch, "class", "vellmar-colour-swatch");
+    setAttr(swatch, "aria-label", toolbars::colourName(colour));
+    setAttr(swatch, "title", toolbars::colourName(colour));
+    setAttr(swatch, "data-colour", std::string(colour));
     swatch["style"].set("backgroundColor", std::string(colour));
     grid_.call<void>("appendChild", swatch);
   }
@@ -47,7 +38,7 @@ ColourPicker::ColourPicker(val root) : dialog_(std::move(root), "Color", "vellma
   val other = create("label", "vellmar-colour-other");
   other.call<void>("appendChild", val::global("document").call<val>("createTextNode", std::string("Other colour: ")));
   custom_ = create("input", "");
-  attr(custom_, "type", "color");
+  setAttr(custom_, "type", "color");
   other.call<void>("appendChild", custom_);
   customText_ = create("output", "vellmar-colour-text");
   other.call<void>("appendChild", customText_);
@@ -79,7 +70,7 @@ void ColourPicker::open(const std::string& start, std::function<void(const std::
   for (int i = 0; i < swatches["length"].as<int>(); ++i) {
     const val swatch = swatches[i];
     const bool current = swatch.call<val>("getAttribute", std::string("data-colour")).as<std::string>() == shown;
-    attr(swatch, "aria-pressed", current ? "true" : "false");
+    setAttr(swatch, "aria-pressed", current ? "true" : "false");
     if (current) focus = swatch;
   }
   dialog_.show(focus.isUndefined() ? swatches[0] : focus);
@@ -115,11 +106,11 @@ void ColourPicker::moveInGrid(const val& event) {
 
 ImageButton::ImageButton(const std::string& label, std::function<void()> click) {
   button_ = create("button", "vellmar-image-button");
-  attr(button_, "type", "button");
-  attr(button_, "aria-label", label);
-  attr(button_, "title", label);
+  setAttr(button_, "type", "button");
+  setAttr(button_, "aria-label", label);
+  setAttr(button_, "title", label);
   picture_ = create("span", "vellmar-image-button-picture");
-  attr(picture_, "aria-hidden", "true");
+  setAttr(picture_, "aria-hidden", "true");
   button_.call<void>("appendChild", picture_);
   route_.listen(button_, "pointerdown", [this](const val&) { state_.pointerDown(); showPressed(); });
   route_.listen(button_, "pointerenter", [this](const val&) { state_.pointerEnter(); showPressed(); });
@@ -151,10 +142,10 @@ SelColorView::SelColorView(ColourPicker& picker, const std::string& id, const st
     : picker_(picker) {
   box_ = create("span", "vellmar-sel-color");
   text_ = create("input", "vellmar-sel-color-text");
-  attr(text_, "type", "text");
-  attr(text_, "id", id);
-  attr(text_, "spellcheck", "false");
-  attr(text_, "autocomplete", "off");
+  setAttr(text_, "type", "text");
+  setAttr(text_, "id", id);
+  setAttr(text_, "spellcheck", "false");
+  setAttr(text_, "autocomplete", "off");
   box_.call<void>("appendChild", text_);
   button_ = std::make_unique<ImageButton>("Choose " + label, [this] {
     picker_.open(model_.Color(), [this](const std::string& colour) { model_.chosen(colour); });

@@ -1,4 +1,5 @@
 #include "platform/browser/control_view.h"
+#include "platform/browser/elements.h"
 
 #include <emscripten/eventloop.h>
 
@@ -24,16 +25,6 @@ constexpr int kKeepAliveInterval = 1000;  // ms
 bool isBar(Child c) {
   return c == Child::MenuBar || c == Child::StandardToolbar || c == Child::ObjectsToolbar ||
          c == Child::FontSelector || c == Child::TextFormatToolbar;
-}
-
-val create(const char* tag, const char* className) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
-
-void attr(val& el, const char* name, const char* value) {
-  el.call<void>("setAttribute", std::string(name), std::string(value));
 }
 
 std::string px(int v) { return std::to_string(v) + "px"; }
@@ -70,27 +61,27 @@ ControlView::ControlView(val surface, val shadowRoot)
   };
   for (const auto& s : placeholders) {
     val el = create(s.tag, s.className);
-    if (s.role) attr(el, "role", s.role);
-    if (s.label) attr(el, "aria-label", s.label);
+    if (s.role) setAttr(el, "role", s.role);
+    if (s.label) setAttr(el, "aria-label", s.label);
     el.set("hidden", true);
     surface_.call<void>("appendChild", el);
     slot(s.child).element = el;
   }
   // The two view tabs; switching views belongs to the views themselves.
   val tablist = create("div", "vellmar-view-tablist");
-  attr(tablist, "role", "tablist");
+  setAttr(tablist, "role", "tablist");
   for (const char* caption : {"WYSIWYG", "HTML"}) {
     val tab = create("button", "vellmar-view-tab");
-    attr(tab, "type", "button");
-    attr(tab, "role", "tab");
-    attr(tab, "aria-selected", caption[0] == 'W' ? "true" : "false");
+    setAttr(tab, "type", "button");
+    setAttr(tab, "role", "tab");
+    setAttr(tab, "aria-selected", caption[0] == 'W' ? "true" : "false");
     tab.set("textContent", std::string(caption));
     tablist.call<void>("appendChild", tab);
   }
   slot(Child::ViewTabs).element.call<void>("appendChild", tablist);
   val progress = slot(Child::Progress).element;
-  attr(progress, "aria-valuemin", "0");
-  attr(progress, "aria-valuemax", "100");
+  setAttr(progress, "aria-valuemin", "0");
+  setAttr(progress, "aria-valuemax", "100");
   progressBar_ = create("div", "vellmar-progress-value");
   progress.call<void>("appendChild", progressBar_);
   // The source box shows only in the HTML view.
@@ -149,7 +140,7 @@ void ControlView::setEnabled(Child child, bool enabled) {
   if (enabled) {
     s.element.call<void>("removeAttribute", std::string("aria-disabled"));
   } else {
-    attr(s.element, "aria-disabled", "true");
+    setAttr(s.element, "aria-disabled", "true");
   }
   if (child == Child::SourceBox) s.element.set("disabled", !enabled);
   if (child == Child::ViewTabs) {
@@ -167,7 +158,7 @@ editor::Rect ControlView::tabClientArea(const editor::Rect& tabs) const {
 void ControlView::setProgressValue(int value) {
   progress_ = value;
   val el = slot(Child::Progress).element;
-  attr(el, "aria-valuenow", std::to_string(value).c_str());
+  setAttr(el, "aria-valuenow", std::to_string(value).c_str());
   progressBar_["style"].set("width", std::to_string(value) + "%");
 }
 
@@ -205,7 +196,7 @@ std::string ControlView::statusText() const {
 void ControlView::setLoadingShown(bool loading) {
   val engine = slot(Child::Engine).element;
   if (loading) {
-    attr(engine, "aria-busy", "true");
+    setAttr(engine, "aria-busy", "true");
   } else {
     engine.call<void>("removeAttribute", std::string("aria-busy"));
   }

@@ -1,4 +1,5 @@
 #include "platform/browser/element_frames.h"
+#include "platform/browser/elements.h"
 
 #include <cmath>
 
@@ -14,16 +15,6 @@ namespace {
 using editing::FieldKind;
 using editing::PropertiesTarget;
 using emscripten::val;
-
-val create(const char* tag, const char* className) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  if (className && *className) el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
-
-void attr(const val& el, const std::string& name, const std::string& value) {
-  el.call<void>("setAttribute", name, value);
-}
 
 bool isBoolean(std::string_view name) { return name == "noWrap" || name == "noShade"; }
 
@@ -97,17 +88,17 @@ ElementFrames::ElementFrames(val surface, Engine& engine, EditorCommands& comman
                              editor::ctlVellmar2& control, ColourPicker& picker)
     : surface_(std::move(surface)), engine_(engine), commands_(commands), control_(control), picker_(picker) {
   band_ = create("section", "vellmar-element-frame");
-  attr(band_, "role", "region");
-  attr(band_, "aria-labelledby", "vellmar-frame-title");
+  setAttr(band_, "role", "region");
+  setAttr(band_, "aria-labelledby", "vellmar-frame-title");
   band_.set("hidden", true);
   val titleLine = create("div", "vellmar-frame-titleline");
   title_ = create("h2", "vellmar-frame-title");
-  attr(title_, "id", "vellmar-frame-title");
+  setAttr(title_, "id", "vellmar-frame-title");
   titleLine.call<void>("appendChild", title_);
   val close = create("button", "vellmar-frame-close");
-  attr(close, "type", "button");
-  attr(close, "aria-label", "Close");
-  attr(close, "title", "Close");
+  setAttr(close, "type", "button");
+  setAttr(close, "aria-label", "Close");
+  setAttr(close, "title", "Close");
   close.set("textContent", std::string("\u2715"));
   route_.listen(close, "click", [this](const val&) {
     guarded("btnCloseFrames_Click", [&] { hideAllFrames(); });
@@ -129,7 +120,7 @@ void ElementFrames::buildPanel(PropertiesTarget kind) {
   auto p = std::make_unique<Panel>();
   p->kind = kind;
   p->element = create("div", "vellmar-panel");
-  attr(p->element, "data-panel", panelName(kind));
+  setAttr(p->element, "data-panel", panelName(kind));
   Panel& owner = *p;
   for (const editing::PanelField& def : editing::panelFields(kind)) {
     auto f = std::make_unique<Field>();
@@ -140,22 +131,22 @@ void ElementFrames::buildPanel(PropertiesTarget kind) {
     const std::string labelText(def.label);
     if (def.kind == FieldKind::button) {
       f->input = create("button", "vellmar-panel-button");
-      attr(f->input, "type", "button");
+      setAttr(f->input, "type", "button");
       f->input.set("textContent", labelText);
       route_.listen(f->input, "click", [this, &owner, &field](const val&) { fieldChanged(owner, field); });
       cell.call<void>("appendChild", f->input);
     } else if (def.kind == FieldKind::check) {
       val label = create("label", "vellmar-panel-check");
       f->input = create("input", "");
-      attr(f->input, "type", "checkbox");
-      attr(f->input, "id", id);
+      setAttr(f->input, "type", "checkbox");
+      setAttr(f->input, "id", id);
       label.call<void>("appendChild", f->input);
       label.call<void>("appendChild", val::global("document").call<val>("createTextNode", " " + labelText));
       route_.listen(f->input, "change", [this, &owner, &field](const val&) { fieldChanged(owner, field); });
       cell.call<void>("appendChild", label);
     } else {
       val label = create("label", "vellmar-panel-label");
-      attr(label, "for", id);
+      setAttr(label, "for", id);
       label.set("textContent", labelText);
       cell.call<void>("appendChild", label);
       if (def.kind == FieldKind::colour) {
@@ -168,7 +159,7 @@ void ElementFrames::buildPanel(PropertiesTarget kind) {
         cell.call<void>("appendChild", f->colour->element());
       } else if (def.kind == FieldKind::list) {
         f->input = create("select", "vellmar-panel-select");
-        attr(f->input, "id", id);
+        setAttr(f->input, "id", id);
         for (std::string_view entry : def.entries) {
           val option = create("option", "");
           option.set("value", std::string(entry));
@@ -179,16 +170,16 @@ void ElementFrames::buildPanel(PropertiesTarget kind) {
         cell.call<void>("appendChild", f->input);
       } else {
         f->input = create("input", "vellmar-panel-text");
-        attr(f->input, "type", "text");
-        attr(f->input, "id", id);
-        attr(f->input, "autocomplete", "off");
+        setAttr(f->input, "type", "text");
+        setAttr(f->input, "id", id);
+        setAttr(f->input, "autocomplete", "off");
         route_.listen(f->input, "change", [this, &owner, &field](const val&) { fieldChanged(owner, field); });
         cell.call<void>("appendChild", f->input);
       }
     }
     f->message = create("span", "vellmar-panel-message");
-    attr(f->message, "id", id + "-message");
-    attr(f->message, "role", "alert");
+    setAttr(f->message, "id", id + "-message");
+    setAttr(f->message, "role", "alert");
     f->message.set("hidden", true);
     cell.call<void>("appendChild", f->message);
     p->element.call<void>("appendChild", cell);
@@ -321,8 +312,8 @@ void ElementFrames::showMessage(Field& field, const std::string& message) {
     field.input.call<void>("removeAttribute", std::string("aria-invalid"));
     field.input.call<void>("removeAttribute", std::string("aria-describedby"));
   } else {
-    attr(field.input, "aria-invalid", "true");
-    attr(field.input, "aria-describedby", field.message["id"].as<std::string>());
+    setAttr(field.input, "aria-invalid", "true");
+    setAttr(field.input, "aria-describedby", field.message["id"].as<std::string>());
   }
 }
 

@@ -1,4 +1,5 @@
 #include "platform/browser/local_files_view.h"
+#include "platform/browser/elements.h"
 
 #include <emscripten/em_js.h>
 #include <emscripten/emscripten.h>
@@ -57,12 +58,6 @@ using emscripten::val;
 constexpr const char* kAccept = ".htm,.html,.txt,text/html,text/plain";
 
 bool present(const val& v) { return !v.isUndefined() && !v.isNull(); }
-
-val create(const char* tag, const char* className = "") {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  if (*className) el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
 
 // The picker's file types: "HTML Files (*.htm;*.html)", "Text Files (*.txt)"; all files stay
 // choosable.

@@ -1,4 +1,5 @@
 #include "platform/browser/menubar_view.h"
+#include "platform/browser/elements.h"
 
 #include <emscripten/bind.h>
 #include <emscripten/em_js.h>
@@ -33,7 +34,6 @@ EM_JS(void, vellmar_settings_set, (const char* key, const char* value), {
   }
 });
 
-
 namespace vellmar::browser {
 
 namespace {
@@ -63,16 +63,6 @@ int itemIndex(std::size_t level, int row) {
 
 // The caption font of the style sheet's bar, for measuring captions before they are drawn.
 constexpr const char* kCaptionFont = "12px system-ui, -apple-system, \"Segoe UI\", Roboto, \"DejaVu Sans\", sans-serif";
-
-val create(const char* tag, const char* className) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
-
-void setAttr(const val& el, const char* name, std::string_view value) {
-  el.call<void>("setAttribute", std::string(name), std::string(value));
-}
 
 std::string px(double v) { return std::to_string(static_cast<long>(std::lround(v))) + "px"; }
 

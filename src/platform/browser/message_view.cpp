@@ -1,4 +1,5 @@
 #include "platform/browser/message_view.h"
+#include "platform/browser/elements.h"
 
 #include <emscripten/bind.h>
 
@@ -10,16 +11,6 @@ namespace {
 
 using emscripten::val;
 using dialogs::twipsToPixels;
-
-val create(const char* tag, const char* className) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  if (className) el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
-
-void attr(val& el, const char* name, const std::string& value) {
-  el.call<void>("setAttribute", std::string(name), value);
-}
 
 std::string px(int twips) { return std::to_string(twipsToPixels(twips)) + "px"; }
 
@@ -68,13 +59,13 @@ void MessageView::present(const dialogs::MessageWindowLayout& l) {
   const val module = val::module_property("messageWindowOk");
 
   dialog_ = create("dialog", "vellmar-message");
-  attr(dialog_, "aria-labelledby", "vellmar-message-caption");
+  setAttr(dialog_, "aria-labelledby", "vellmar-message-caption");
   val style = dialog_["style"];
   style.set("width", px(l.width));
   style.set("height", px(l.height));
 
   val caption = create("div", "vellmar-message-caption");
-  attr(caption, "id", "vellmar-message-caption");
+  setAttr(caption, "id", "vellmar-message-caption");
   caption.set("textContent", l.caption);
   dialog_.call<void>("appendChild", caption);
 
@@ -82,7 +73,7 @@ void MessageView::present(const dialogs::MessageWindowLayout& l) {
   dialog_.call<void>("appendChild", client);
 
   val icon = create("div", "vellmar-message-icon");
-  attr(icon, "aria-hidden", "true");
+  setAttr(icon, "aria-hidden", "true");
   place(icon, l.icon);
   client.call<void>("appendChild", icon);
 
@@ -96,13 +87,13 @@ void MessageView::present(const dialogs::MessageWindowLayout& l) {
   place(tabs_, l.tabs);
   setVisible(tabs_, l.tabsVisible);
   val tablist = create("div", "vellmar-message-tablist");
-  attr(tablist, "role", "tablist");
+  setAttr(tablist, "role", "tablist");
   for (const auto& tab : dialogs::kMessageTabs) {
     val button = create("button", "vellmar-message-tab");
-    attr(button, "type", "button");
-    attr(button, "role", "tab");
-    attr(button, "title", std::string(tab.toolTip));
-    attr(button, "data-key", std::string(tab.key));
+    setAttr(button, "type", "button");
+    setAttr(button, "role", "tab");
+    setAttr(button, "title", std::string(tab.toolTip));
+    setAttr(button, "data-key", std::string(tab.key));
     button.set("textContent", std::string(tab.caption));
     button.call<void>("addEventListener", std::string("click"),
                       val::module_property("messageWindowTab"));
@@ -114,8 +105,8 @@ void MessageView::present(const dialogs::MessageWindowLayout& l) {
   // An empty sandbox: the message is rendered but no script in it runs, nothing it links to opens
   // in the page, and it cannot reach the editor.
   frame_ = create("iframe", "vellmar-message-frame");
-  attr(frame_, "sandbox", "");
-  attr(frame_, "title", l.caption);
+  setAttr(frame_, "sandbox", "");
+  setAttr(frame_, "title", l.caption);
   place(frame_, l.client);
   frame_.set("srcdoc", "<!doctype html><html><head><meta charset=\"utf-8\"></head><body>" + l.html +
                            "</body></html>");
@@ -123,13 +114,13 @@ void MessageView::present(const dialogs::MessageWindowLayout& l) {
 
   source_ = create("textarea", "vellmar-message-source");
   source_.set("readOnly", true);
-  attr(source_, "aria-label", "HTML Source");
+  setAttr(source_, "aria-label", "HTML Source");
   place(source_, l.client);
   source_.set("value", l.source);
   client.call<void>("appendChild", source_);
 
   val ok = create("button", "vellmar-message-ok");
-  attr(ok, "type", "button");
+  setAttr(ok, "type", "button");
   ok.set("textContent", std::string("OK"));
   place(ok, l.ok);
   ok.call<void>("addEventListener", std::string("click"), module);
@@ -152,8 +143,8 @@ void MessageView::tabChanged(bool browserVisible) {
   for (int i = 0; i < count; ++i) {
     val button = buttons[i];
     const bool selected = (i == 0) == browserVisible;
-    attr(button, "aria-selected", selected ? "true" : "false");
-    attr(button, "tabindex", selected ? "0" : "-1");
+    setAttr(button, "aria-selected", selected ? "true" : "false");
+    setAttr(button, "tabindex", selected ? "0" : "-1");
   }
 }
 

@@ -1,4 +1,5 @@
 #include "platform/browser/modal_dialog.h"
+#include "platform/browser/elements.h"
 
 #include <utility>
 
@@ -10,12 +11,6 @@ namespace vellmar::browser {
 namespace {
 
 using emscripten::val;
-
-val create(const char* tag, const std::string& className) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  if (!className.empty()) el.call<void>("setAttribute", std::string("class"), className);
-  return el;
-}
 
 bool present(const val& v) { return !v.isUndefined() && !v.isNull(); }
 

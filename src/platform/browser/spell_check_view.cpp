@@ -1,4 +1,5 @@
 #include "platform/browser/spell_check_view.h"
+#include "platform/browser/elements.h"
 
 #include <algorithm>
 #include <array>
@@ -21,16 +22,6 @@ constexpr const char* kMessageCaption = "Vellmar";
 constexpr double kSliceMs = 12;
 // Words checked between two looks at the clock.
 constexpr std::size_t kWordsPerStep = 200;
-
-val create(const char* tag, const char* className = "") {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  if (*className) el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
-
-void setAttr(const val& el, const char* name, const std::string& value) {
-  el.call<void>("setAttribute", std::string(name), value);
-}
 
 bool present(const val& v) { return !v.isUndefined() && !v.isNull(); }
 

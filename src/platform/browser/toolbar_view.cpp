@@ -1,4 +1,5 @@
 #include "platform/browser/toolbar_view.h"
+#include "platform/browser/elements.h"
 
 #include <algorithm>
 
@@ -10,16 +11,6 @@ namespace {
 
 using emscripten::val;
 using toolbars::SelectorList;
-
-val create(const char* tag, const char* className) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  el.call<void>("setAttribute", std::string("class"), std::string(className));
-  return el;
-}
-
-void setAttr(const val& el, const char* name, std::string_view value) {
-  el.call<void>("setAttribute", std::string(name), std::string(value));
-}
 
 std::string px(int v) { return std::to_string(v) + "px"; }
 

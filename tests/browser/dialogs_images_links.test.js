@@ -247,3 +247,76 @@ test('Insert > Link lists links and e-mail links; OK links the selection; an exi
   assert.equal(await body(page), '<p>other words</p>');
   await page.close();
 });
+
+// Sends `files` ({name, type, bytes}) into the document as a person's drop onto the text `at`
+// (just before it), or as a paste at the selection.
+async function giveFiles(page, how, files, at) {
+  return page.evaluate(([how, files, at]) => {
+    const engine = document.getElementById('editor1').vellmarEngine;
+    const doc = engine.document();
+    const win = doc.defaultView;
+    const data = new win.DataTransfer();
+    for (const f of files) data.items.add(new win.File([new Uint8Array(f.bytes)], f.name, { type: f.type }));
+    let event;
+    if (how === 'drop') {
+      const text = doc.evaluate(`//text()[contains(., "${at}")]`, doc, null, 9, null).singleNodeValue;
+      const range = doc.createRange();
+      const offset = text.data.indexOf(at);
+      range.setStart(text, offset);
+      range.setEnd(text, offset + 1);
+      const r = range.getBoundingClientRect();
+      event = new win.DragEvent('drop', { bubbles: true, cancelable: true, dataTransfer: data,
+        clientX: r.left + 1, clientY: r.top + r.height / 2 });
+      text.parentNode.dispatchEvent(event);
+    } else {
+      event = new win.ClipboardEvent('paste', { bubbles: true, cancelable: true, clipboardData: data });
+      doc.body.dispatchEvent(event);
+    }
+    return event.defaultPrevented;
+  }, [how, files.map((f) => ({ ...f, bytes: [...f.bytes] })), at]);
+}
+
+test('An image dropped on the text or pasted is uploaded, goes in where it was dropped and is listed', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>before after</p>', 'before');
+  assert.equal(await giveFiles(page, 'drop', [{ name: 'dropped.png', type: 'image/png', bytes: png(6, 4) }], 'after'), true);
+  await until(async () => /<img /.test(await body(page)), 'the dropped image');
+  assert.match(await body(page), /^<p>before <img src="\/media\/dropped\.png" alt="dropped"[^>]*>after<\/p>$/);
+  assert.ok((await mediaFiles()).includes('dropped.png'));
+
+  // A pasted screenshot has no file name: it is named "Image" and goes in at the caret.
+  await document(page, '<p>one two</p>', 'two');
+  await page.evaluate(() => document.getElementById('editor1').vellmarEngine.document().getSelection().collapseToStart());
+  await giveFiles(page, 'paste', [{ name: '', type: 'image/png', bytes: png(3, 3) }]);
+  await until(async () => /<img /.test(await body(page)), 'the pasted image');
+  const pasted = await body(page);
+  assert.match(pasted, /^<p>one <img src="\/media\/[^"]+\.png" alt="Image"[^>]*>two<\/p>$/);
+  assert.doesNotMatch(pasted, /blob:|data:/);
+
+  // Both are in the image manager's list.
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  await dialog.getByRole('option', { name: 'dropped' }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('option', { name: 'Image', exact: true }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  await page.close();
+});
+
+test('A dropped file that is not an image, or one over the limit, is refused with the upload\'s message and nothing changes', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>keep this</p>', 'this');
+  const before = await body(page);
+  const stored = await mediaFiles();
+  assert.equal(await giveFiles(page, 'drop', [{ name: 'notes.txt', type: 'text/plain', bytes: Buffer.from('just text') }], 'this'), true);
+  const box = editor(page).getByRole('alertdialog', { name: 'Images' });
+  await box.getByText('The selected file is not an image.  Please choose a GIF, JPEG or PNG file.').waitFor();
+  await box.getByRole('button', { name: 'OK' }).click();
+
+  await page.evaluate(() => { document.getElementById('editor1').MaxUploadSize = '20'; });
+  await giveFiles(page, 'paste', [{ name: 'big.png', type: 'image/png', bytes: png(40, 40) }]);
+  assert.match(await box.textContent(), /The selected file exceeds the maximum upload size\. {2}Uploaded files must be smaller than 20 {2}bytes\./);
+  await box.getByRole('button', { name: 'OK' }).click();
+  assert.equal(await body(page), before);
+  assert.deepEqual(await mediaFiles(), stored);
+  await page.close();
+});

@@ -40,8 +40,8 @@ class ImageUploader {
   std::string upload(const PickedImage& image, const std::string& name);
   void cancel();
   bool busy() const { return exchange_.busy(); }
-  // The server stored it.
-  std::function<void()> stored;
+  // The server stored it; `answer` is the upload page's answer.
+  std::function<void(const std::string& answer)> stored;
   // It failed: one sentence.
   std::function<void(const std::string& sentence)> failed;
   std::function<void()> canceled;

@@ -88,9 +88,9 @@ void readPickedImage(EventRoute& route, const val& file, std::function<void(cons
 
 ImageUploader::ImageUploader()
     : exchange_(PageEventLoop::shared(), "Successfully retrieved image upload page.") {
-  exchange_.done = [this](const std::string&) {
+  exchange_.done = [this](const std::string& answer) {
     removeFile();
-    if (stored) stored();
+    if (stored) stored(answer);
   };
   exchange_.failed = [this](const std::string& reason) {
     removeFile();
@@ -161,7 +161,7 @@ ImageManagerDialog::ImageManagerDialog(val root, MessageBoxes& boxes)
     parts::say(f_.alert, dialogs::failureSentence("The image could not be deleted", reason));
     updateButtons();
   };
-  uploader_.stored = [this] {
+  uploader_.stored = [this](const std::string&) {
     uploadProgress_->stop();
     parts::setHidden(f_.cancelUpload, true);
     parts::setText(f_.file, "");

@@ -6,6 +6,7 @@
 #include "platform/browser/dialog_views.h"
 #include "platform/browser/editor_commands.h"
 #include "platform/browser/element_frames.h"
+#include "platform/browser/engine.h"
 #include "platform/browser/host.h"
 #include "platform/browser/image_drop.h"
 #include "platform/browser/spell_check_view.h"

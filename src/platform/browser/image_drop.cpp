@@ -5,6 +5,7 @@
 #include "common/diagnostics.h"
 #include "dialogs/image_manager.h"
 #include "editor/properties.h"
+#include "platform/browser/dom.h"
 #include "platform/browser/editor_commands.h"
 #include "platform/browser/fetch_transport.h"
 #include "platform/browser/modal_dialog.h"
@@ -78,8 +79,8 @@ void ImageDrop::picked(const PickedImage& image) {
   if (!refusal.empty()) refuse(refusal);
 }
 
-void ImageDrop::listArrived(const std::string& body) {
-  const auto images = dialogs::readImageList(body);
+void ImageDrop::listArrived(const std::string& answer) {
+  const auto images = dialogs::readImageList(answer);
   const dialogs::ImageEntry* stored =
       images ? dialogs::storedImage(*images, answer_, name_) : nullptr;
   if (!stored) {
@@ -91,7 +92,11 @@ void ImageDrop::listArrived(const std::string& body) {
   const val body = range["startContainer"]["ownerDocument"]["body"];
   // A document replaced meanwhile has no place for it; it stays in the image list.
   if (!body.isNull() && body.call<bool>("contains", range["startContainer"])) {
-    const val selection = range["startContainer"]["ownerDocument"].call<val>("getSelection");
+    const val doc = range["startContainer"]["ownerDocument"];
+    // An image selected as a whole (the one dropped before) would be replaced: the drop point is
+    // the selection now.
+    dom::setControlSelection(doc, dom::Element());
+    const val selection = doc.call<val>("getSelection");
     selection.call<void>("removeAllRanges");
     selection.call<void>("addRange", range);
     ImageChoice choice;
@@ -99,10 +104,9 @@ void ImageDrop::listArrived(const std::string& body) {
     choice.alt = stored->field("vmImageName");
     commands_.applyImage(choice);
     // The next file goes after this one.
-    const val doc = range["startContainer"]["ownerDocument"];
-    const val image = doc.call<val>("getSelection");
-    if (image["rangeCount"].as<int>() > 0) {
-      val after = image.call<val>("getRangeAt", 0).call<val>("cloneRange");
+    const val placed = doc.call<val>("getSelection");
+    if (placed["rangeCount"].as<int>() > 0) {
+      val after = placed.call<val>("getRangeAt", 0).call<val>("cloneRange");
       after.call<void>("collapse", false);
       for (std::size_t i = 1; i < pending_.size(); ++i) {
         if (pending_[i].range.strictlyEquals(range)) pending_[i].range = after;

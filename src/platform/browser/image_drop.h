@@ -29,7 +29,7 @@ class ImageDrop {
   };
   void next();
   void picked(const PickedImage& image);
-  void listArrived(const std::string& body);
+  void listArrived(const std::string& answer);
   void refuse(const std::string& message);
   void finishOne();
 

@@ -293,6 +293,13 @@ test('An image dropped on the text or pasted is uploaded, goes in where it was d
   assert.match(pasted, /^<p>one <img src="\/media\/[^"]+\.png" alt="Image"[^>]*>two<\/p>$/);
   assert.doesNotMatch(pasted, /blob:|data:/);
 
+  // Two files in one drop go in one after the other, in their order.
+  await document(page, '<p>left right</p>', 'left');
+  await giveFiles(page, 'drop', [{ name: 'first.png', type: 'image/png', bytes: png(2, 2) },
+    { name: 'second.png', type: 'image/png', bytes: png(2, 2) }], 'right');
+  await until(async () => (await body(page)).split('<img ').length === 3, 'both dropped images');
+  assert.match(await body(page), /^<p>left <img src="\/media\/first\.png"[^>]*><img src="\/media\/second\.png"[^>]*>right<\/p>$/);
+
   // Both are in the image manager's list.
   await choose(page, 'Insert', 'Image');
   const dialog = editor(page).getByRole('dialog', { name: 'Images' });
@@ -311,6 +318,18 @@ test('A dropped file that is not an image, or one over the limit, is refused wit
   const box = editor(page).getByRole('alertdialog', { name: 'Images' });
   await box.getByText('The selected file is not an image.  Please choose a GIF, JPEG or PNG file.').waitFor();
   await box.getByRole('button', { name: 'OK' }).click();
+
+  // A copy from a word processor carries a picture of its text: the text is pasted, not the picture.
+  const prevented = await page.evaluate(() => {
+    const doc = document.getElementById('editor1').vellmarEngine.document();
+    const data = new doc.defaultView.DataTransfer();
+    data.setData('text/plain', 'copied words');
+    data.items.add(new doc.defaultView.File([new Uint8Array([1, 2, 3])], 'image.png', { type: 'image/png' }));
+    const event = new doc.defaultView.ClipboardEvent('paste', { bubbles: true, cancelable: true, clipboardData: data });
+    doc.body.dispatchEvent(event);
+    return event.defaultPrevented;
+  });
+  assert.equal(prevented, false);
 
   await page.evaluate(() => { document.getElementById('editor1').MaxUploadSize = '20'; });
   await giveFiles(page, 'paste', [{ name: 'big.png', type: 'image/png', bytes: png(40, 40) }]);

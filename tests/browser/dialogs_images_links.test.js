@@ -339,3 +339,51 @@ test('A dropped file that is not an image, or one over the limit, is refused wit
   assert.deepEqual(await mediaFiles(), stored);
   await page.close();
 });
+
+test('An upload shows the bytes sent of the whole, and Cancel Upload stops one under way with nothing stored', async () => {
+  const page = await env.openDemo();
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  await dialog.getByRole('option', { name: 'Sunset' }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('tab', { name: 'Upload' }).click();
+  // The bar is out of the page's tree while hidden: found by its label.
+  const bar = dialog.locator('progress[aria-label="Uploading image"]');
+  // Every reading the bar gives while the upload goes.
+  await bar.evaluate((el) => {
+    window.__readings = [];
+    new MutationObserver(() => {
+      const text = el.getAttribute('aria-valuetext');
+      if (text) window.__readings.push([text, el.value, el.max]);
+    }).observe(el, { attributes: true });
+  });
+  const image = png(12, 9);
+  await dialog.locator('input[type=file]').setInputFiles({ name: 'counted.png', mimeType: 'image/png', buffer: image });
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === 'counted.png', 'the chosen file');
+  await dialog.getByRole('button', { name: 'Upload Image' }).click();
+  // Once stored, the boxes are cleared for the next upload.
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === '', 'the upload stored');
+  assert.ok((await mediaFiles()).includes('counted.png'));
+  const readings = await page.evaluate(() => window.__readings);
+  const last = readings.at(-1);
+  assert.ok(last, 'the bar showed the bytes sent');
+  const [, sent, total] = last[0].match(/^(\d+) of (\d+) bytes sent$/);
+  // The whole request went: the image and the form around it.
+  assert.equal(sent, total);
+  assert.ok(Number(total) > image.length);
+  assert.equal(last[2], Number(total));
+
+  // An upload the server has not answered yet is stopped by Cancel Upload.
+  let held;
+  await page.route('**/cms/images/upload', (route) => { held = route; });
+  await dialog.locator('input[type=file]').setInputFiles({ name: 'stopped.png', mimeType: 'image/png', buffer: png(5, 5) });
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === 'stopped.png', 'the chosen file');
+  await dialog.getByRole('button', { name: 'Upload Image' }).click();
+  await until(async () => held !== undefined, 'the upload under way');
+  await dialog.getByRole('button', { name: 'Cancel Upload' }).click();
+  await dialog.getByText('The upload was cancelled; nothing was stored.').waitFor();
+  await bar.waitFor({ state: 'hidden' });
+  await held.abort().catch(() => {});
+  assert.ok(!(await mediaFiles()).includes('stopped.png'));
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  await page.close();
+});

@@ -2,6 +2,7 @@
 
 #include <emscripten/val.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -45,6 +46,8 @@ class ImageUploader {
   // It failed: one sentence.
   std::function<void(const std::string& sentence)> failed;
   std::function<void()> canceled;
+  // Bytes sent of the whole request, as they go.
+  std::function<void(std::uint64_t sent, std::uint64_t total)> progress;
 
  private:
   void removeFile();

@@ -100,6 +100,9 @@ ImageUploader::ImageUploader()
     removeFile();
     if (canceled) canceled();
   };
+  exchange_.progress = [this](std::uint64_t sent, std::uint64_t total) {
+    if (progress) progress(sent, total);
+  };
 }
 
 void ImageUploader::removeFile() {
@@ -175,6 +178,9 @@ ImageManagerDialog::ImageManagerDialog(val root, MessageBoxes& boxes)
     parts::setHidden(f_.cancelUpload, true);
     parts::say(f_.alert, sentence);
     updateButtons();
+  };
+  uploader_.progress = [this](std::uint64_t sent, std::uint64_t total) {
+    if (uploadProgress_) uploadProgress_->show(sent, total);
   };
   uploader_.canceled = [this] {
     uploadProgress_->stop();

@@ -344,7 +344,7 @@ test('An upload shows the bytes sent of the whole, and Cancel Upload stops one u
   const page = await env.openDemo();
   await choose(page, 'Insert', 'Image');
   const dialog = editor(page).getByRole('dialog', { name: 'Images' });
-  await dialog.getByRole('option', { name: 'Sunset' }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('option', { name: 'Green leaf' }).first().waitFor({ state: 'attached' });
   await dialog.getByRole('tab', { name: 'Upload' }).click();
   // The bar is out of the page's tree while hidden: found by its label.
   const bar = dialog.locator('progress[aria-label="Uploading image"]');

@@ -36,6 +36,9 @@ DialogExchange::DialogExchange(http::EventLoop& loop, std::string successSummary
     http::reportParseError(message, text, source_);
     if (failed) failed(editor::httpFailureReason(message));
   };
+  e.uploadProgress = [this](std::uint64_t sent, std::uint64_t total) {
+    if (busy_ && progress) progress(sent, total);
+  };
   e.timeout = [this] {
     finish();
     http::reportTimeout(source_, properties_.httpTimeout());

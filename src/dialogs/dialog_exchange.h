@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -40,6 +41,8 @@ class DialogExchange {
   // Why it failed, in a few words ("HTTP 500", "cannot reach the server", ...).
   std::function<void(const std::string& reason)> failed;
   std::function<void()> canceled;
+  // Bytes of the request's body sent so far, of all of them (an upload).
+  std::function<void(std::uint64_t sent, std::uint64_t total)> progress;
 
  private:
   void finish();

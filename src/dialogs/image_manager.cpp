@@ -140,6 +140,23 @@ std::string imageNameForFile(std::string_view fileName) {
   return fileName.empty() ? std::string("Image") : std::string(fileName);
 }
 
+const ImageEntry* storedImage(const std::vector<ImageEntry>& images, std::string_view uploadAnswer,
+                              std::string_view name) {
+  const ImageEntry* named = nullptr;
+  const ImageEntry* answered = nullptr;
+  std::size_t answeredLength = 0;
+  for (const ImageEntry& image : images) {
+    const std::string path = std::string(trimmed(image.field("vmImagePath")));
+    if (!path.empty() && path.size() > answeredLength &&
+        uploadAnswer.find(path) != std::string_view::npos) {
+      answered = &image;
+      answeredLength = path.size();
+    }
+    if (trimmed(image.name) == trimmed(name)) named = &image;
+  }
+  return answered ? answered : named;
+}
+
 std::int16_t boxInteger(std::string_view text) {
   const std::optional<double> value = decimal(text);
   // A negative or oversized number is no size either: the editor then leaves the attribute out.

@@ -58,6 +58,11 @@ bool uploadReady(std::string_view selectedFile, std::string_view imageName);
 // The name a dropped or pasted file is uploaded under: its file name without the extension, or
 // "Image" for a nameless one (a pasted screenshot).
 std::string imageNameForFile(std::string_view fileName);
+// Where the server put an image it has just stored, read from the image list fetched after the
+// upload: the image whose path the upload's answer names (the longest, should one path hold
+// another), otherwise the last image of the list named `name`; nullptr when neither is there.
+const ImageEntry* storedImage(const std::vector<ImageEntry>& images, std::string_view uploadAnswer,
+                              std::string_view name);
 
 // The whole number a box holds, as a 16-bit integer; 0 when the box does not hold a number.
 std::int16_t boxInteger(std::string_view text);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -37,6 +38,9 @@ class ctlHttpRequest final : private TransportListener {
     std::function<void(int number, const std::string& message, const std::string& text)>
         parseError;
     std::function<void()> timeout;
+    // Bytes of the request's body sent so far, of all of them (an upload where the platform
+    // reports it).
+    std::function<void(std::uint64_t sent, std::uint64_t total)> uploadProgress;
   };
 
   explicit ctlHttpRequest(EventLoop& loop);
@@ -86,6 +90,9 @@ class ctlHttpRequest final : private TransportListener {
   void transportClosed() override;
   void transportAnswer(const ParsedAnswer& answer) override;
   void transportError(int number, const std::string& description) override;
+  void transportProgress(std::uint64_t sent, std::uint64_t total) override {
+    if (events.uploadProgress) events.uploadProgress(sent, total);
+  }
   void tick();
   // Stops the request because its answer outgrew maxAnswerBytes_.
   void answerTooLarge();

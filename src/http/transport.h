@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -69,6 +70,11 @@ class TransportListener {
   // The whole exchange answered in parsed form (instead of data and closed).
   virtual void transportAnswer(const ParsedAnswer& answer) = 0;
   virtual void transportError(int number, const std::string& description) = 0;
+  // How much of the request's body has gone out, where the platform can tell.
+  virtual void transportProgress(std::uint64_t sent, std::uint64_t total) {
+    (void)sent;
+    (void)total;
+  }
 
  protected:
   ~TransportListener() = default;

@@ -247,3 +247,143 @@ test('Insert > Link lists links and e-mail links; OK links the selection; an exi
   assert.equal(await body(page), '<p>other words</p>');
   await page.close();
 });
+
+// Sends `files` ({name, type, bytes}) into the document as a person's drop onto the text `at`
+// (just before it), or as a paste at the selection.
+async function giveFiles(page, how, files, at) {
+  return page.evaluate(([how, files, at]) => {
+    const engine = document.getElementById('editor1').vellmarEngine;
+    const doc = engine.document();
+    const win = doc.defaultView;
+    const data = new win.DataTransfer();
+    for (const f of files) data.items.add(new win.File([new Uint8Array(f.bytes)], f.name, { type: f.type }));
+    let event;
+    if (how === 'drop') {
+      const text = doc.evaluate(`//text()[contains(., "${at}")]`, doc, null, 9, null).singleNodeValue;
+      const range = doc.createRange();
+      const offset = text.data.indexOf(at);
+      range.setStart(text, offset);
+      range.setEnd(text, offset + 1);
+      const r = range.getBoundingClientRect();
+      event = new win.DragEvent('drop', { bubbles: true, cancelable: true, dataTransfer: data,
+        clientX: r.left + 1, clientY: r.top + r.height / 2 });
+      text.parentNode.dispatchEvent(event);
+    } else {
+      event = new win.ClipboardEvent('paste', { bubbles: true, cancelable: true, clipboardData: data });
+      doc.body.dispatchEvent(event);
+    }
+    return event.defaultPrevented;
+  }, [how, files.map((f) => ({ ...f, bytes: [...f.bytes] })), at]);
+}
+
+test('An image dropped on the text or pasted is uploaded, goes in where it was dropped and is listed', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>before after</p>', 'before');
+  assert.equal(await giveFiles(page, 'drop', [{ name: 'dropped.png', type: 'image/png', bytes: png(6, 4) }], 'after'), true);
+  await until(async () => /<img /.test(await body(page)), 'the dropped image');
+  assert.match(await body(page), /^<p>before <img src="\/media\/dropped\.png" alt="dropped"[^>]*>after<\/p>$/);
+  assert.ok((await mediaFiles()).includes('dropped.png'));
+
+  // A pasted screenshot has no file name: it is named "Image" and goes in at the caret.
+  await document(page, '<p>one two</p>', 'two');
+  await page.evaluate(() => document.getElementById('editor1').vellmarEngine.document().getSelection().collapseToStart());
+  await giveFiles(page, 'paste', [{ name: '', type: 'image/png', bytes: png(3, 3) }]);
+  await until(async () => /<img /.test(await body(page)), 'the pasted image');
+  const pasted = await body(page);
+  assert.match(pasted, /^<p>one <img src="\/media\/[^"]+\.png" alt="Image"[^>]*>two<\/p>$/);
+  assert.doesNotMatch(pasted, /blob:|data:/);
+
+  // Two files in one drop go in one after the other, in their order.
+  await document(page, '<p>left right</p>', 'left');
+  await giveFiles(page, 'drop', [{ name: 'first.png', type: 'image/png', bytes: png(2, 2) },
+    { name: 'second.png', type: 'image/png', bytes: png(2, 2) }], 'right');
+  await until(async () => (await body(page)).split('<img ').length === 3, 'both dropped images');
+  assert.match(await body(page), /^<p>left <img src="\/media\/first\.png"[^>]*><img src="\/media\/second\.png"[^>]*>right<\/p>$/);
+
+  // Both are in the image manager's list.
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  await dialog.getByRole('option', { name: 'dropped' }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('option', { name: 'Image', exact: true }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  await page.close();
+});
+
+test('A dropped file that is not an image, or one over the limit, is refused with the upload\'s message and nothing changes', async () => {
+  const page = await env.openDemo();
+  await document(page, '<p>keep this</p>', 'this');
+  const before = await body(page);
+  const stored = await mediaFiles();
+  assert.equal(await giveFiles(page, 'drop', [{ name: 'notes.txt', type: 'text/plain', bytes: Buffer.from('just text') }], 'this'), true);
+  const box = editor(page).getByRole('alertdialog', { name: 'Images' });
+  await box.getByText('The selected file is not an image.  Please choose a GIF, JPEG or PNG file.').waitFor();
+  await box.getByRole('button', { name: 'OK' }).click();
+
+  // A copy from a word processor carries a picture of its text: the text is pasted, not the picture.
+  const prevented = await page.evaluate(() => {
+    const doc = document.getElementById('editor1').vellmarEngine.document();
+    const data = new doc.defaultView.DataTransfer();
+    data.setData('text/plain', 'copied words');
+    data.items.add(new doc.defaultView.File([new Uint8Array([1, 2, 3])], 'image.png', { type: 'image/png' }));
+    const event = new doc.defaultView.ClipboardEvent('paste', { bubbles: true, cancelable: true, clipboardData: data });
+    doc.body.dispatchEvent(event);
+    return event.defaultPrevented;
+  });
+  assert.equal(prevented, false);
+
+  await page.evaluate(() => { document.getElementById('editor1').MaxUploadSize = '20'; });
+  await giveFiles(page, 'paste', [{ name: 'big.png', type: 'image/png', bytes: png(40, 40) }]);
+  assert.match(await box.textContent(), /The selected file exceeds the maximum upload size\. {2}Uploaded files must be smaller than 20 {2}bytes\./);
+  await box.getByRole('button', { name: 'OK' }).click();
+  assert.equal(await body(page), before);
+  assert.deepEqual(await mediaFiles(), stored);
+  await page.close();
+});
+
+test('An upload shows the bytes sent of the whole, and Cancel Upload stops one under way with nothing stored', async () => {
+  const page = await env.openDemo();
+  await choose(page, 'Insert', 'Image');
+  const dialog = editor(page).getByRole('dialog', { name: 'Images' });
+  await dialog.getByRole('option', { name: 'Green leaf' }).first().waitFor({ state: 'attached' });
+  await dialog.getByRole('tab', { name: 'Upload' }).click();
+  // The bar is out of the page's tree while hidden: found by its label.
+  const bar = dialog.locator('progress[aria-label="Uploading image"]');
+  // Every reading the bar gives while the upload goes.
+  await bar.evaluate((el) => {
+    window.__readings = [];
+    new MutationObserver(() => {
+      const text = el.getAttribute('aria-valuetext');
+      if (text) window.__readings.push([text, el.value, el.max]);
+    }).observe(el, { attributes: true });
+  });
+  const image = png(12, 9);
+  await dialog.locator('input[type=file]').setInputFiles({ name: 'counted.png', mimeType: 'image/png', buffer: image });
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === 'counted.png', 'the chosen file');
+  await dialog.getByRole('button', { name: 'Upload Image' }).click();
+  // Once stored, the boxes are cleared for the next upload.
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === '', 'the upload stored');
+  assert.ok((await mediaFiles()).includes('counted.png'));
+  const readings = await page.evaluate(() => window.__readings);
+  const last = readings.at(-1);
+  assert.ok(last, 'the bar showed the bytes sent');
+  const [, sent, total] = last[0].match(/^(\d+) of (\d+) bytes sent$/);
+  // The whole request went: the image and the form around it.
+  assert.equal(sent, total);
+  assert.ok(Number(total) > image.length);
+  assert.equal(last[2], Number(total));
+
+  // An upload the server has not answered yet is stopped by Cancel Upload.
+  let held;
+  await page.route('**/cms/images/upload', (route) => { held = route; });
+  await dialog.locator('input[type=file]').setInputFiles({ name: 'stopped.png', mimeType: 'image/png', buffer: png(5, 5) });
+  await until(async () => (await dialog.getByLabel('Select File:').inputValue()) === 'stopped.png', 'the chosen file');
+  await dialog.getByRole('button', { name: 'Upload Image' }).click();
+  await until(async () => held !== undefined, 'the upload under way');
+  await dialog.getByRole('button', { name: 'Cancel Upload' }).click();
+  await dialog.getByText('The upload was cancelled; nothing was stored.').waitFor();
+  await bar.waitFor({ state: 'hidden' });
+  await held.abort().catch(() => {});
+  assert.ok(!(await mediaFiles()).includes('stopped.png'));
+  await dialog.getByRole('button', { name: 'Cancel' }).click();
+  await page.close();
+});

@@ -133,9 +133,20 @@ Progress::Progress(const val& parent, const std::string& label) {
 void Progress::start() {
   running_ = true;
   step_ = 0;
+  bar_.set("max", 100);
   bar_.set("value", 0);
+  bar_.call<void>("removeAttribute", std::string("aria-valuetext"));
   bar_.set("hidden", false);
   timer_->setEnabled(true);
+}
+
+void Progress::show(std::uint64_t done, std::uint64_t total) {
+  if (!running_ || total == 0) return;
+  timer_->setEnabled(false);
+  bar_.set("max", static_cast<double>(total));
+  bar_.set("value", static_cast<double>(done < total ? done : total));
+  bar_.call<void>("setAttribute", std::string("aria-valuetext"),
+                  std::to_string(done) + " of " + std::to_string(total) + " bytes sent");
 }
 
 void Progress::stop() {

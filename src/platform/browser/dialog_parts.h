@@ -2,6 +2,7 @@
 
 #include <emscripten/val.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -66,6 +67,8 @@ class Progress {
   explicit Progress(const val& parent, const std::string& label);
   void start();
   void stop();
+  // Real progress in place of the running bar: `done` of `total`, also given as text.
+  void show(std::uint64_t done, std::uint64_t total);
   bool running() const { return running_; }
 
  private:

@@ -2,6 +2,7 @@
 
 #include <emscripten/val.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -40,11 +41,13 @@ class ImageUploader {
   std::string upload(const PickedImage& image, const std::string& name);
   void cancel();
   bool busy() const { return exchange_.busy(); }
-  // The server stored it.
-  std::function<void()> stored;
+  // The server stored it; `answer` is the upload page's answer.
+  std::function<void(const std::string& answer)> stored;
   // It failed: one sentence.
   std::function<void(const std::string& sentence)> failed;
   std::function<void()> canceled;
+  // Bytes sent of the whole request, as they go.
+  std::function<void(std::uint64_t sent, std::uint64_t total)> progress;
 
  private:
   void removeFile();

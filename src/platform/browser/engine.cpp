@@ -105,6 +105,7 @@ void Engine::listenToDocument() {
       {"keydown", kKeyDown},     {"beforeinput", kBeforeInput}, {"input", kInput},
       {"mousedown", kMouseDown}, {"click", kClick},             {"dblclick", kDblClick},
       {"contextmenu", kContextMenu}, {"selectionchange", kSelectionChange}, {"scroll", kScroll},
+      {"drop", kDrop},           {"paste", kPaste},
   };
   for (const auto& [type, kind] : documentEvents) {
     listen(document_, type, kind, true);
@@ -373,6 +374,10 @@ void Engine::handleEvent(int kind, const val& event) {
     case kBeforeInput:
       onBeforeInput(event);
       break;
+    case kDrop:
+    case kPaste:
+      onFiles(kind, event);
+      break;
     case kMouseDown:
       onMouseDown(event);
       break;
@@ -479,6 +484,48 @@ void Engine::onBeforeInput(const val& event) {
       type == "insertLineBreak" || type == "insertFromPaste" || type == "insertFromDrop") {
     guarded("DHTMLSafe1_beforeinput", [&] { startParagraphAtCaret(); });
   }
+}
+
+void Engine::onFiles(int kind, const val& event) {
+  const val data = kind == kDrop ? event["dataTransfer"] : event["clipboardData"];
+  if (data.isNull() || data.isUndefined()) return;
+  const val files = data["files"];
+  if (files.isUndefined() || files.isNull() || files["length"].as<int>() == 0) return;
+  // A copy from a word processor carries a picture of the text beside the text itself: the text
+  // is what is pasted.
+  if (kind == kPaste) {
+    const val types = data["types"];
+    if (types.call<bool>("includes", std::string("text/html")) ||
+        types.call<bool>("includes", std::string("text/plain")))
+      return;
+  }
+  event.call<void>("preventDefault");
+  event.call<void>("stopPropagation");
+  if (inputLocked_) return;
+  val range = val::null();
+  if (kind == kDrop) {
+    // Where the pointer let go; a drop outside the text goes to the end of the body.
+    if (document_["caretRangeFromPoint"].isUndefined()) {
+      const val position = document_.call<val>("caretPositionFromPoint", event["clientX"], event["clientY"]);
+      if (!position.isNull()) {
+        range = document_.call<val>("createRange");
+        range.call<void>("setStart", position["offsetNode"], position["offset"]);
+      }
+    } else {
+      range = document_.call<val>("caretRangeFromPoint", event["clientX"], event["clientY"]);
+    }
+  } else {
+    const val selection = document_.call<val>("getSelection");
+    if (!selection.isNull() && selection["rangeCount"].as<int>() > 0)
+      range = selection.call<val>("getRangeAt", 0).call<val>("cloneRange");
+  }
+  const val body = document_["body"];
+  if (range.isNull() || body.isNull() || !body.call<bool>("contains", range["startContainer"])) {
+    range = document_.call<val>("createRange");
+    range.call<void>("selectNodeContents", body);
+    range.call<void>("collapse", false);
+  }
+  if (events_.FilesArrived) events_.FilesArrived(files, range);
 }
 
 void Engine::startParagraphAtCaret() {

@@ -67,6 +67,9 @@ class Engine {
     // A key press in the document that may be a shortcut; true when the editor ran one, and the
     // browser's own handling of the key is then suppressed.
     std::function<bool(const editing::KeyChord& chord)> ShortcutKey;
+    // Files dropped on the document or pasted into it (a FileList, or an array of File), with the
+    // range they are to go in. The browser's own insertion (a blob or data address) never happens.
+    std::function<void(const val& files, const val& range)> FilesArrived;
   };
 
   // Builds the engine's box (the frame and its overlays) inside `container`.
@@ -140,7 +143,7 @@ class Engine {
   enum EventKind : int {
     kKeyDown, kBeforeInput, kInput, kMouseDown, kClick, kDblClick, kContextMenu, kSelectionChange,
     kScroll, kMutations, kMicrotask, kFrame, kHandleDown, kHandleMove, kHandleUp, kMenuClick,
-    kMenuKey, kOverlayDown, kFindClick, kFindKey, kDocumentComplete, kPasteDone, kIgnore,
+    kMenuKey, kOverlayDown, kFindClick, kFindKey, kDocumentComplete, kPasteDone, kIgnore, kDrop, kPaste,
   };
 
  private:
@@ -184,6 +187,7 @@ class Engine {
   void startParagraphAtCaret();
   void onMouseDown(const val& event);
   void onContextMenu(const val& event);
+  void onFiles(int kind, const val& event);
 
   // ---- control selection and handles (engine.cpp)
   void selectControl(const dom::Element& element);

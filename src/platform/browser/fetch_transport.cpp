@@ -106,11 +106,15 @@ class FetchTransport final : public http::Transport {
                           body.size(), reinterpret_cast<const unsigned char*>(body.data())));
       init.set("body", bytes);
     }
+    const std::string url = originOf(host_, port_) + request.target;
+    const val id(id_);
+    if (request.contentType.rfind("multipart/form-data", 0) == 0) {
+      sendUpload(url, request, init["body"]);
+      return;
+    }
     abort_ = val::global("AbortController").new_();
     init.set("signal", abort_["signal"]);
 
-    const std::string url = originOf(host_, port_) + request.target;
-    const val id(id_);
     val onResponse = val::module_property("vellmarFetchResponse").call<val>("bind", val::null(), id);
     val onFailure = val::module_property("vellmarFetchFailed").call<val>("bind", val::null(), id);
     val::global("fetch")(url, init).call<void>("then", onResponse, onFailure);
@@ -121,6 +125,8 @@ class FetchTransport final : public http::Transport {
     id_ = 0;
     if (!abort_.isUndefined()) abort_.call<void>("abort");
     abort_ = val::undefined();
+    if (!upload_.isUndefined()) upload_.call<void>("abort");
+    upload_ = val::undefined();
     state_ = http::SocketState::closed;
   }
 
@@ -167,6 +173,34 @@ class FetchTransport final : public http::Transport {
     listener_.transportAnswer(answer_);
   }
 
+  void progress(const val& event) {
+    if (!event["lengthComputable"].as<bool>()) return;
+    listener_.transportProgress(static_cast<std::uint64_t>(event["loaded"].as<double>()),
+                                static_cast<std::uint64_t>(event["total"].as<double>()));
+  }
+
+  void uploaded(const val& xhr) {
+    answer_ = {};
+    answer_.status = xhr["status"].as<int>();
+    if (answer_.status == 0) {
+      failed(val::undefined());
+      return;
+    }
+    // XMLHttpRequest follows a redirect whatever it is told; an answer from another address is
+    // taken for the redirect it was.
+    if (xhr["responseURL"].as<std::string>() != url_) {
+      answer_.redirected = true;
+    } else {
+      answer_.reason = xhr["statusText"].as<std::string>();
+      const val contentType = xhr.call<val>("getResponseHeader", std::string("Content-Type"));
+      if (contentType.isString()) answer_.contentType = contentType.as<std::string>();
+      const val body = xhr["response"];
+      if (!body.isNull()) answer_.body = val::global("Uint8Array").new_(body).as<std::string>();
+    }
+    finish();
+    listener_.transportAnswer(answer_);
+  }
+
   void failed(const val& error) {
     std::string description = "Failed to fetch";
     if (!error.isUndefined() && !error.isNull()) {
@@ -185,7 +219,27 @@ class FetchTransport final : public http::Transport {
     inFlight().erase(id_);
     id_ = 0;
     abort_ = val::undefined();
+    upload_ = val::undefined();
     state_ = http::SocketState::closing;
+  }
+
+  // An upload goes out through XMLHttpRequest, the one way a page learns how much of a body has
+  // been sent (fetch tells nothing until the answer comes).
+  void sendUpload(const std::string& url, const http::OutgoingRequest& request, const val& bytes) {
+    url_ = val::global("URL").new_(url)["href"].as<std::string>();
+    upload_ = val::global("XMLHttpRequest").new_();
+    upload_.call<void>("open", request.method, url);
+    upload_.set("withCredentials", true);
+    upload_.set("responseType", std::string("arraybuffer"));
+    upload_.call<void>("setRequestHeader", std::string("Content-Type"), request.contentType);
+    const val id(id_);
+    upload_["upload"].set(
+        "onprogress", val::module_property("vellmarUploadProgress").call<val>("bind", val::null(), id));
+    upload_.set("onload",
+                val::module_property("vellmarUploaded").call<val>("bind", val::null(), id, upload_));
+    upload_.set("onerror",
+                val::module_property("vellmarFetchFailed").call<val>("bind", val::null(), id));
+    upload_.call<void>("send", bytes);
   }
 
   http::TransportListener& listener_;
@@ -194,6 +248,8 @@ class FetchTransport final : public http::Transport {
   int port_ = 0;
   int id_ = 0;
   val abort_ = val::undefined();
+  val upload_ = val::undefined();  // the XMLHttpRequest of an upload under way
+  std::string url_;
   http::ParsedAnswer answer_;
 };
 
@@ -213,6 +269,14 @@ void fetchBodyFailed(int id, val) {
 void fetchFailed(int id, val error) {
   // An aborted fetch was closed here first, so its number is already gone.
   if (FetchTransport* t = lookup(id)) t->failed(error);
+}
+
+void uploadProgress(int id, val event) {
+  if (FetchTransport* t = lookup(id)) t->progress(event);
+}
+
+void uploaded(int id, val xhr, val) {
+  if (FetchTransport* t = lookup(id)) t->uploaded(xhr);
 }
 
 class PageTimer final : public http::Timer {
@@ -263,4 +327,6 @@ EMSCRIPTEN_BINDINGS(vellmar_fetch) {
   emscripten::function("vellmarFetchBody", &vellmar::browser::fetchBody);
   emscripten::function("vellmarFetchFailed", &vellmar::browser::fetchFailed);
   emscripten::function("vellmarFetchBodyFailed", &vellmar::browser::fetchBodyFailed);
+  emscripten::function("vellmarUploadProgress", &vellmar::browser::uploadProgress);
+  emscripten::function("vellmarUploaded", &vellmar::browser::uploaded);
 }

@@ -11,7 +11,9 @@ namespace vellmar::browser {
 // The HTTP client's platform in the page. A page has no sockets: each request goes out through
 // fetch() with the page's credentials -- the composed method, path with query string, content
 // type and body bytes; the headers a page may not set are the browser's -- and the answer comes
-// back already parsed (status, reason, body). Time limits and Cancel abort the fetch. Timers are
+// back already parsed (status, reason, body). An upload (a multipart body) goes through
+// XMLHttpRequest instead, which reports the bytes sent as they go. Time limits and Cancel abort
+// the request. Timers are
 // the page's interval timers.
 class PageEventLoop final : public http::EventLoop {
  public:

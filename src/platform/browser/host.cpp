@@ -1,4 +1,5 @@
 #include "platform/browser/host.h"
+#include "platform/browser/image_drop.h"
 
 #include "platform/browser/dialog_views.h"
 
@@ -169,6 +170,7 @@ ElementHost::~ElementHost() {
   menuBar_->setDispatch({});
   // The dialogs use the message boxes.
   imageDialog_.reset();
+  imageDrop_.reset();
   linkDialog_.reset();
   tableDialog_.reset();
   charactersDialog_.reset();

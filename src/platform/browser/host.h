@@ -24,6 +24,7 @@ class EditorCommands;
 class ColourPicker;
 class ElementFrames;
 class ImageManagerDialog;
+class ImageDrop;
 class LinkDialog;
 class TableDialog;
 class SpecialCharactersDialog;
@@ -118,6 +119,7 @@ class ElementHost {
   std::unique_ptr<ElementFrames> frames_;
   // The dialogs, each made on first use (host_dialogs.cpp).
   std::unique_ptr<ImageManagerDialog> imageDialog_;
+  std::unique_ptr<ImageDrop> imageDrop_;  // images dropped on or pasted into the document
   std::unique_ptr<LinkDialog> linkDialog_;
   std::unique_ptr<TableDialog> tableDialog_;
   std::unique_ptr<SpecialCharactersDialog> charactersDialog_;

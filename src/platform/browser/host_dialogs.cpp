@@ -6,7 +6,9 @@
 #include "platform/browser/dialog_views.h"
 #include "platform/browser/editor_commands.h"
 #include "platform/browser/element_frames.h"
+#include "platform/browser/engine.h"
 #include "platform/browser/host.h"
+#include "platform/browser/image_drop.h"
 #include "platform/browser/spell_check_view.h"
 
 namespace vellmar::browser {
@@ -42,6 +44,10 @@ void ElementHost::wireDialogs() {
   dialogs.image = [this](std::function<void(const ImageChoice&)> done) {
     if (!imageDialog_) imageDialog_ = std::make_unique<ImageManagerDialog>(root_, *messageBoxes_);
     imageDialog_->show(std::move(done));
+  };
+  engine_->events().FilesArrived = [this](const emscripten::val& files, const emscripten::val& range) {
+    if (!imageDrop_) imageDrop_ = std::make_unique<ImageDrop>(*commands_, *messageBoxes_);
+    imageDrop_->add(files, range);
   };
   dialogs.link = [this](const LinkChoice& current, std::function<void(const LinkChoice&)> done) {
     if (!linkDialog_) linkDialog_ = std::make_unique<LinkDialog>(root_);

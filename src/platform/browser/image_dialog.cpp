@@ -88,9 +88,9 @@ void readPickedImage(EventRoute& route, const val& file, std::function<void(cons
 
 ImageUploader::ImageUploader()
     : exchange_(PageEventLoop::shared(), "Successfully retrieved image upload page.") {
-  exchange_.done = [this](const std::string&) {
+  exchange_.done = [this](const std::string& answer) {
     removeFile();
-    if (stored) stored();
+    if (stored) stored(answer);
   };
   exchange_.failed = [this](const std::string& reason) {
     removeFile();
@@ -99,6 +99,9 @@ ImageUploader::ImageUploader()
   exchange_.canceled = [this] {
     removeFile();
     if (canceled) canceled();
+  };
+  exchange_.progress = [this](std::uint64_t sent, std::uint64_t total) {
+    if (progress) progress(sent, total);
   };
 }
 
@@ -161,7 +164,7 @@ ImageManagerDialog::ImageManagerDialog(val root, MessageBoxes& boxes)
     parts::say(f_.alert, dialogs::failureSentence("The image could not be deleted", reason));
     updateButtons();
   };
-  uploader_.stored = [this] {
+  uploader_.stored = [this](const std::string&) {
     uploadProgress_->stop();
     parts::setHidden(f_.cancelUpload, true);
     parts::setText(f_.file, "");
@@ -175,6 +178,9 @@ ImageManagerDialog::ImageManagerDialog(val root, MessageBoxes& boxes)
     parts::setHidden(f_.cancelUpload, true);
     parts::say(f_.alert, sentence);
     updateButtons();
+  };
+  uploader_.progress = [this](std::uint64_t sent, std::uint64_t total) {
+    if (uploadProgress_) uploadProgress_->show(sent, total);
   };
   uploader_.canceled = [this] {
     uploadProgress_->stop();

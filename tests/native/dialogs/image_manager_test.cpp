@@ -92,6 +92,29 @@ TEST(Upload, DroppedFilesAreNamedAfterTheirFile) {
   EXPECT_EQ(imageNameForFile(""), "Image");
 }
 
+TEST(Upload, TheStoredImageIsTheOneTheAnswerNamesElseTheLastOfItsName) {
+  const auto list = readImageList(
+      "<images><image><vmImageName>Logo</vmImageName><vmImagePath>/media/logo.png</vmImagePath></image>"
+      "<image><vmImageName>Logo</vmImageName><vmImagePath>/media/logo-2.png</vmImagePath></image>"
+      "<image><vmImageName>Shot</vmImageName><vmImagePath>/media/a.png</vmImagePath></image>"
+      "<image><vmImageName>Other</vmImageName><vmImagePath>/media/aa.png</vmImagePath></image>"
+      "</images>");
+  ASSERT_TRUE(list);
+  const auto path = [&](std::string_view answer, std::string_view name) {
+    const ImageEntry* image = storedImage(*list, answer, name);
+    return image ? image->field("vmImagePath") : std::string("none");
+  };
+  // The answer names the file even where the name is shared.
+  EXPECT_EQ(path("<p>Stored the image Logo as /media/logo.png (9 bytes)</p>", "Logo"), "/media/logo.png");
+  // A path inside a longer one that the answer names is not taken for it.
+  EXPECT_EQ(path("Stored as /media/logo-2.png", "Logo"), "/media/logo-2.png");
+  // An answer that names no path: the newest image of that name (the last of its name).
+  EXPECT_EQ(path("<p>OK</p>", " Logo "), "/media/logo-2.png");
+  EXPECT_EQ(path("", "Shot"), "/media/a.png");
+  EXPECT_EQ(path("<p>OK</p>", "Missing"), "none");
+  EXPECT_EQ(storedImage({}, "/media/logo.png", "Logo"), nullptr);
+}
+
 TEST(ImageResult, NumbersOfTheBoxesAndTheAlignment) {
   EXPECT_EQ(boxInteger("40"), 40);
   EXPECT_EQ(boxInteger(" 12.6 "), 13);

@@ -2,13 +2,13 @@
 
 #include <chrono>
 
+#include "platform/browser/elements.h"
 #include "platform/browser/fetch_transport.h"
 
 namespace vellmar::browser::parts {
 
 val element(const char* tag, const std::string& className, const std::string& text) {
-  val el = val::global("document").call<val>("createElement", std::string(tag));
-  if (!className.empty()) el.call<void>("setAttribute", std::string("class"), className);
+  val el = create(tag, className);
   if (!text.empty()) el.set("textContent", text);
   return el;
 }

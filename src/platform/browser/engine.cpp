@@ -8,6 +8,7 @@
 
 #include "common/diagnostics.h"
 #include "platform/browser/engine_undo.h"
+#include "platform/browser/elements.h"
 
 namespace vellmar::browser {
 
@@ -30,12 +31,6 @@ const char* const kVisualAidsCss =
     "table:not([border]), table[border=\"0\"], table[border=\"\"] { outline: 1px dashed #808080; }\n"
     "a[name]:not([href])::before { content: \"\\2693\"; font: 10px sans-serif; color: #c00000;"
     " border: 1px solid #c00000; background: #ffffe0; padding: 0 1px; margin-right: 1px; }\n";
-
-val createElement(const char* tag, const char* className) {
-  val element = val::global("document").call<val>("createElement", std::string(tag));
-  element.call<void>("setAttribute", std::string("class"), std::string(className));
-  return element;
-}
 
 std::string upper(std::string text) {
   for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -65,20 +60,20 @@ Engine* engineById(int id) {
 
 Engine::Engine(val container) : id_(gNextId++), container_(std::move(container)) {
   registry()[id_] = this;
-  box_ = createElement("div", "vellmar-engine-box");
-  frame_ = createElement("iframe", "vellmar-engine-frame");
+  box_ = create("div", "vellmar-engine-box");
+  frame_ = create("iframe", "vellmar-engine-frame");
   // Same origin so that the engine can reach into the document; no allow-scripts, so that the
   // document's own scripts never run.
   frame_.call<void>("setAttribute", std::string("sandbox"), std::string("allow-same-origin"));
   frame_.call<void>("setAttribute", std::string("title"), std::string("Document"));
   box_.call<void>("appendChild", frame_);
-  overlay_ = createElement("div", "vellmar-engine-overlay");
+  overlay_ = create("div", "vellmar-engine-overlay");
   box_.call<void>("appendChild", overlay_);
 
-  handles_ = createElement("div", "vellmar-engine-selection");
+  handles_ = create("div", "vellmar-engine-selection");
   handles_.call<void>("setAttribute", std::string("hidden"), std::string(""));
   for (const char* name : kHandleNames) {
-    val handle = createElement("div", "vellmar-engine-handle");
+    val handle = create("div", "vellmar-engine-handle");
     handle.call<void>("setAttribute", std::string("data-handle"), std::string(name));
     handles_.call<void>("appendChild", handle);
   }

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "common/diagnostics.h"
+#include "platform/browser/elements.h"
 #include "platform/browser/engine.h"
 
 namespace vellmar::browser {
@@ -11,12 +12,6 @@ namespace vellmar::browser {
 namespace {
 
 const char* const kFinished = "Finished searching the document.";
-
-val make(const char* tag, const char* className = nullptr) {
-  val element = val::global("document").call<val>("createElement", std::string(tag));
-  if (className) element.call<void>("setAttribute", std::string("class"), std::string(className));
-  return element;
-}
 
 val part(const val& dialog, const char* name) {
   return dialog.call<val>("querySelector", "[data-find=\"" + std::string(name) + "\"]");
@@ -33,40 +28,40 @@ bool isBlock(const std::string& tag) {
 
 void Engine::openFind() {
   if (find_.isUndefined()) {
-    find_ = make("div", "vellmar-engine-find");
+    find_ = create("div", "vellmar-engine-find");
     find_.call<void>("setAttribute", std::string("role"), std::string("dialog"));
     find_.call<void>("setAttribute", std::string("aria-label"), std::string("Find"));
-    val title = make("div", "vellmar-engine-find-title");
+    val title = create("div", "vellmar-engine-find-title");
     title.set("textContent", std::string("Find"));
     find_.call<void>("appendChild", title);
 
-    val what = make("label", "vellmar-engine-find-what");
+    val what = create("label", "vellmar-engine-find-what");
     what.call<void>("appendChild", val::global("document").call<val>("createTextNode", std::string("Find what: ")));
-    val input = make("input");
+    val input = create("input");
     input.call<void>("setAttribute", std::string("type"), std::string("text"));
     input.call<void>("setAttribute", std::string("data-find"), std::string("text"));
     what.call<void>("appendChild", input);
     find_.call<void>("appendChild", what);
 
     for (const auto& [key, caption] : {std::pair{"word", "Match whole word only"}, std::pair{"case", "Match case"}}) {
-      val label = make("label", "vellmar-engine-find-option");
-      val box = make("input");
+      val label = create("label", "vellmar-engine-find-option");
+      val box = create("input");
       box.call<void>("setAttribute", std::string("type"), std::string("checkbox"));
       box.call<void>("setAttribute", std::string("data-find"), std::string(key));
       label.call<void>("appendChild", box);
       label.call<void>("appendChild", val::global("document").call<val>("createTextNode", " " + std::string(caption)));
       find_.call<void>("appendChild", label);
     }
-    val buttons = make("div", "vellmar-engine-find-buttons");
+    val buttons = create("div", "vellmar-engine-find-buttons");
     for (const auto& [key, caption] : {std::pair{"next", "Find Next"}, std::pair{"cancel", "Cancel"}}) {
-      val button = make("button");
+      val button = create("button");
       button.call<void>("setAttribute", std::string("type"), std::string("button"));
       button.call<void>("setAttribute", std::string("data-find"), std::string(key));
       button.set("textContent", std::string(caption));
       buttons.call<void>("appendChild", button);
     }
     find_.call<void>("appendChild", buttons);
-    val message = make("div", "vellmar-engine-find-message");
+    val message = create("div", "vellmar-engine-find-message");
     message.call<void>("setAttribute", std::string("role"), std::string("alert"));
     message.call<void>("setAttribute", std::string("data-find"), std::string("message"));
     find_.call<void>("appendChild", message);

@@ -5,6 +5,7 @@
 
 #include "common/diagnostics.h"
 #include "menubar/menu_keys.h"
+#include "platform/browser/elements.h"
 #include "platform/browser/engine.h"
 
 namespace vellmar::browser {
@@ -12,12 +13,6 @@ namespace vellmar::browser {
 namespace {
 
 constexpr std::int32_t kGrayed = 2;
-
-val make(const char* tag, const char* className) {
-  val element = val::global("document").call<val>("createElement", std::string(tag));
-  element.call<void>("setAttribute", std::string("class"), std::string(className));
-  return element;
-}
 
 }  // namespace
 
@@ -32,18 +27,18 @@ void Engine::SetContextMenu(const std::vector<std::string>& captions, const std:
 
 void Engine::showMenu(int x, int y) {
   hideMenu();
-  menu_ = make("div", "vellmar-engine-menu");
+  menu_ = create("div", "vellmar-engine-menu");
   menu_.call<void>("setAttribute", std::string("role"), std::string("menu"));
   menu_.call<void>("setAttribute", std::string("aria-label"), std::string("Context menu"));
   menu_.call<void>("setAttribute", std::string("tabindex"), std::string("-1"));
   for (std::size_t i = 0; i < menuCaptions_.size(); ++i) {
     if (menuCaptions_[i].empty()) {
-      val separator = make("div", "vellmar-engine-menu-separator");
+      val separator = create("div", "vellmar-engine-menu-separator");
       separator.call<void>("setAttribute", std::string("role"), std::string("separator"));
       menu_.call<void>("appendChild", separator);
       continue;
     }
-    val item = make("div", "vellmar-engine-menu-item");
+    val item = create("div", "vellmar-engine-menu-item");
     item.call<void>("setAttribute", std::string("role"), std::string("menuitem"));
     item.call<void>("setAttribute", std::string("tabindex"), std::string("-1"));
     item.call<void>("setAttribute", std::string("data-index"), std::to_string(i));

@@ -1,9 +1,12 @@
 #include "editing/formats.h"
 
+#include <array>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include "common/diagnostics.h"
 
@@ -104,13 +107,36 @@ std::string colourTextFromValue(std::uint32_t value) {
                     static_cast<int>((value >> 16) & 0xFFU));
 }
 
+namespace {
+
+// The three numbers of "rgb(r, g, b)" or "rgba(r, g, b, a)", as a browser writes a computed colour.
+std::optional<std::array<int, 3>> rgbComponents(std::string_view text) {
+  if (text.starts_with("rgba(")) {
+    text.remove_prefix(5);
+  } else if (text.starts_with("rgb(")) {
+    text.remove_prefix(4);
+  } else {
+    return std::nullopt;
+  }
+  std::array<int, 3> out{};
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out[i]);
+    if (error != std::errc()) return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+    const char next = i + 1 < out.size() ? ',' : (text.starts_with(",") ? ',' : ')');
+    if (text.empty() || text.front() != next) return std::nullopt;
+    text.remove_prefix(1);
+  }
+  return out;
+}
+
+}  // namespace
+
 std::string colourTextFromCss(std::string_view css) {
   const std::string text(trimmed(css));
-  int r = 0, g = 0, b = 0;
-  if (std::sscanf(text.c_str(), "rgb(%d, %d, %d)", &r, &g, &b) == 3 ||
-      std::sscanf(text.c_str(), "rgba(%d, %d, %d", &r, &g, &b) == 3) {
-    return colourText(r, g, b);
-  }
+  if (const auto rgb = rgbComponents(text)) return colourText((*rgb)[0], (*rgb)[1], (*rgb)[2]);
   const auto hex = [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; };
   if (text.size() == 4 && text[0] == '#' && hex(text[1]) && hex(text[2]) && hex(text[3])) {
     const auto digit = [](char c) { return static_cast<int>(std::strtol(std::string(2, c).c_str(), nullptr, 16)); };

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
+#include <memory>
 #include <random>
 
 #include "common/diagnostics.h"
@@ -230,16 +230,14 @@ std::string makeBoundaryToken(std::size_t n) {
 std::string makeBoundary() { return std::string(29, '-') + makeBoundaryToken(20); }
 
 std::string readFileAsText(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
+  // Plain stdio: the streams library would pull the whole locale machinery into the page's module.
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(std::fopen(path.c_str(), "rb"), &std::fclose);
   if (!in) throw ProcedureError(53, "File not found: " + path);
   std::string contents;
-  in.seekg(0, std::ios::end);
-  const auto size = in.tellg();
-  if (size < 0) throw ProcedureError(57, "Device I/O error: " + path);
-  contents.resize(static_cast<std::size_t>(size));
-  in.seekg(0, std::ios::beg);
-  if (size > 0 && !in.read(contents.data(), static_cast<std::streamsize>(size)))
-    throw ProcedureError(57, "Device I/O error: " + path);
+  char buffer[65536];
+  std::size_t n = 0;
+  while ((n = std::fread(buffer, 1, sizeof buffer, in.get())) > 0) contents.append(buffer, n);
+  if (std::ferror(in.get())) throw ProcedureError(57, "Device I/O error: " + path);
   return contents;
 }
 

@@ -1,7 +1,7 @@
 // frmImage on the page: the image list, its preview, the upload and delete tabs.
 #include <emscripten/val.h>
 
-#include <fstream>
+#include <cstdio>
 
 #include "common/diagnostics.h"
 #include "dialogs/message_window.h"
@@ -117,9 +117,9 @@ std::string ImageUploader::upload(const PickedImage& image, const std::string& n
   if (!refusal.empty()) return refusal;
   removeFile();
   file_ = uploadFileName(image.fileName);
-  {
-    std::ofstream out(file_, std::ios::binary | std::ios::trunc);
-    out.write(image.bytes.data(), static_cast<std::streamsize>(image.bytes.size()));
+  if (std::FILE* out = std::fopen(file_.c_str(), "wb")) {
+    std::fwrite(image.bytes.data(), 1, image.bytes.size(), out);
+    std::fclose(out);
   }
   http::ctlHttpRequest& r = exchange_.prepare();
   r.addFormVariable("vmImageName", 0, name);

@@ -16,6 +16,7 @@
 #include "common/version.h"
 #include "server/database.h"
 #include "server/documents.h"
+#include "server/editor_files.h"
 #include "server/front.h"
 #include "server/media.h"
 #include "server/origin.h"
@@ -55,7 +56,8 @@ struct ReferenceServer::Impl {
         media(db, options.dataDir / "media"),
         scripts(db, sessions, documents, media, options.maxUpload, options.maxDocument,
                 options.allowOrigins),
-        front(frontLimits(options)) {}
+        front(frontLimits(options)),
+        editorFiles(options.webDir) {}
 
   Options options;
   Database db;
@@ -65,6 +67,7 @@ struct ReferenceServer::Impl {
   Scripts scripts;
   httplib::Server http;
   Front front;
+  EditorFiles editorFiles;
   int port = 0;       // the public port, the front's
   int innerPort = 0;  // the library's, on the loopback interface
   int innerSocket = -1;
@@ -206,10 +209,10 @@ std::string ReferenceServer::start() {
     setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
     impl_->innerSocket = sock;
   });
-  http.set_mount_point("/vellmar", o.webDir.string());
+  http.Get("/vellmar/(.+)", [this](const httplib::Request& req, httplib::Response& res) {
+    impl_->editorFiles.serve(req.matches[1].str(), req, res);
+  });
   http.set_mount_point("/demo", o.demoDir.string());
-  http.set_file_extension_and_mimetype_mapping("wasm", "application/wasm");
-  http.set_file_extension_and_mimetype_mapping("ts", "text/plain");
 
   http.Get("/", [this](const httplib::Request& req, httplib::Response& res) {
     try {

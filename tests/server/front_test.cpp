@@ -19,50 +19,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-int connectTo(int port, int receiveSeconds = 10) {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in a{};
-  a.sin_family = AF_INET;
-  a.sin_port = htons(static_cast<uint16_t>(port));
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof(a)) != 0) {
-    ::close(fd);
-    return -1;
-  }
-  const timeval limit{receiveSeconds, 0};
-  ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-  return fd;
-}
-
-bool sendAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (n <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(n));
-  }
-  return true;
-}
-
-// Everything the server sends until it closes (or the receive limit passes).
-std::string readAll(int fd) {
-  std::string out;
-  char buf[65536];
-  for (ssize_t n; (n = ::recv(fd, buf, sizeof(buf), 0)) > 0;) out.append(buf, static_cast<std::size_t>(n));
-  return out;
-}
-
-std::string statusLine(const std::string& answer) { return answer.substr(0, answer.find("\r\n")); }
-
-// One request on its own connection; `halfClose` shuts the sending side once it is sent.
-std::string raw(int port, const std::string& request, bool halfClose = false) {
-  const int fd = connectTo(port);
-  sendAll(fd, request);
-  if (halfClose) ::shutdown(fd, SHUT_WR);
-  std::string answer = readAll(fd);
-  ::close(fd);
-  return answer;
-}
-
 std::string post(int port, const std::string& path, const std::string& headers, const std::string& body,
                  const std::string& type = "application/x-www-form-urlencoded") {
   return "POST " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) + "\r\n" + headers +

@@ -1,11 +1,16 @@
 #include "server_fixture.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -213,6 +218,72 @@ CliRun runCli(const std::vector<std::string>& args, const std::string& input) {
   run.out = readFile(out);
   run.err = readFile(err);
   return run;
+}
+
+int connectTo(int port, int receiveSeconds) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in a{};
+  a.sin_family = AF_INET;
+  a.sin_port = htons(static_cast<uint16_t>(port));
+  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof(a)) != 0) {
+    ::close(fd);
+    return -1;
+  }
+  const timeval limit{receiveSeconds, 0};
+  ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+  return fd;
+}
+
+bool sendAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t n = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (n <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(n));
+  }
+  return true;
+}
+
+std::string readAll(int fd) {
+  std::string out;
+  char buf[65536];
+  for (ssize_t n; (n = ::recv(fd, buf, sizeof(buf), 0)) > 0;) out.append(buf, static_cast<std::size_t>(n));
+  return out;
+}
+
+std::string statusLine(const std::string& answer) { return answer.substr(0, answer.find("\r\n")); }
+
+std::string raw(int port, const std::string& request, bool halfClose) {
+  const int fd = connectTo(port);
+  sendAll(fd, request);
+  if (halfClose) ::shutdown(fd, SHUT_WR);
+  std::string answer = readAll(fd);
+  ::close(fd);
+  return answer;
+}
+
+std::string headerOf(const std::string& answer, std::string_view name) {
+  const std::string head = answer.substr(0, answer.find("\r\n\r\n"));
+  for (std::size_t pos = head.find("\r\n"); pos != std::string::npos;) {
+    const std::size_t start = pos + 2;
+    const std::size_t end = head.find("\r\n", start);
+    const std::string line = head.substr(start, end == std::string::npos ? std::string::npos : end - start);
+    const std::size_t colon = line.find(':');
+    if (colon == name.size() &&
+        std::equal(name.begin(), name.end(), line.begin(), [](char a, char b) {
+          return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+        })) {
+      const std::size_t value = line.find_first_not_of(' ', colon + 1);
+      return value == std::string::npos ? std::string() : line.substr(value);
+    }
+    pos = end;
+  }
+  return {};
+}
+
+std::string bodyOf(const std::string& answer) {
+  const std::size_t end = answer.find("\r\n\r\n");
+  return end == std::string::npos ? std::string() : answer.substr(end + 4);
 }
 
 }  // namespace vellmar::servertest

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -86,5 +87,19 @@ CliRun runCli(const std::vector<std::string>& args, const std::string& input = {
 
 // Runs the sqlite3 shell on `db` with one statement and returns what it prints.
 std::string sqlite(const std::filesystem::path& db, const std::string& sql);
+
+// Raw sockets, for requests the editor's client would never send.
+// A connection to 127.0.0.1:`port` whose reads give up after `receiveSeconds`; -1 when refused.
+int connectTo(int port, int receiveSeconds = 10);
+bool sendAll(int fd, std::string_view bytes);
+// Everything the server sends until it closes (or the receive limit passes).
+std::string readAll(int fd);
+std::string statusLine(const std::string& answer);
+// One request on its own connection; `halfClose` shuts the sending side once it is sent.
+std::string raw(int port, const std::string& request, bool halfClose = false);
+// The value of header `name` in a raw answer's head ("" when absent), matched without case.
+std::string headerOf(const std::string& answer, std::string_view name);
+// The body of a raw answer: what follows its head.
+std::string bodyOf(const std::string& answer);
 
 }  // namespace vellmar::servertest

@@ -2,6 +2,7 @@
 // forms, cookies, Host headers, origins and document numbers.
 #include <gtest/gtest.h>
 
+#include "server/editor_files.h"
 #include "server/form.h"
 #include "server/front.h"
 #include "server/media.h"
@@ -237,6 +238,40 @@ TEST(Origin, WritesComeFromTheServersOwnPagesOrNamedOnes) {
                                  none, reason))
       << "the Origin decides when there is one";
   EXPECT_FALSE(isSameOriginWrite("http://127.0.0.1:8080", "", "", none, reason)) << "no Host";
+}
+
+TEST(EditorFiles, AcceptEncodingAdmitsGzipUnlessItsQualityIsZero) {
+  EXPECT_TRUE(acceptsGzip("gzip, deflate, br"));
+  EXPECT_TRUE(acceptsGzip("deflate,GZIP;q=0.5"));
+  EXPECT_TRUE(acceptsGzip("*"));
+  EXPECT_TRUE(acceptsGzip("x-gzip"));
+  EXPECT_FALSE(acceptsGzip(""));
+  EXPECT_FALSE(acceptsGzip("identity"));
+  EXPECT_FALSE(acceptsGzip("gzip;q=0"));
+  EXPECT_FALSE(acceptsGzip("gzip;q=0.000, *"));
+  EXPECT_FALSE(acceptsGzip("*, gzip;q=0"));
+  EXPECT_FALSE(acceptsGzip("*;q=0"));
+  EXPECT_FALSE(acceptsGzip("gzipped"));
+}
+
+TEST(EditorFiles, IfNoneMatchComparesTagsWeaklyAndTakesAStar) {
+  EXPECT_TRUE(tagMatches("W/\"1a-2b\"", "W/\"1a-2b\""));
+  EXPECT_TRUE(tagMatches("\"1a-2b\"", "W/\"1a-2b\""));
+  EXPECT_TRUE(tagMatches("\"x\", W/\"1a-2b\"", "W/\"1a-2b\""));
+  EXPECT_TRUE(tagMatches("*", "W/\"1a-2b\""));
+  EXPECT_FALSE(tagMatches("", "W/\"1a-2b\""));
+  EXPECT_FALSE(tagMatches("W/\"1a-2c\"", "W/\"1a-2b\""));
+  EXPECT_FALSE(tagMatches("W/\"1a-2b", "W/\"1a-2b\""));
+}
+
+TEST(EditorFiles, MediaTypesByName) {
+  EXPECT_EQ(editorFileType("vellmar.wasm"), "application/wasm");
+  EXPECT_EQ(editorFileType("vellmar.js"), "text/javascript");
+  EXPECT_EQ(editorFileType("vellmar.css"), "text/css");
+  EXPECT_EQ(editorFileType("vellmar.d.ts"), "text/plain; charset=utf-8");
+  EXPECT_EQ(editorFileType("spell/en.aff"), "text/plain; charset=utf-8");
+  EXPECT_EQ(editorFileType("README"), "application/octet-stream");
+  EXPECT_EQ(editorFileType("a.js.map"), "application/octet-stream");
 }
 
 }  // namespace

@@ -11,7 +11,8 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser, pageWith } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { spread: stats, openEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
 
 const REPEAT = Number(process.argv[2]) || 60;
 const FORMATS = [
@@ -20,13 +21,6 @@ const FORMATS = [
   ['fs_5', 'fontSize', '5'], ['indent', 'indent'], ['removeFormatting', 'removeFormat'],
 ];
 
-function percentile(sorted, p) {
-  return sorted[Math.min(sorted.length - 1, Math.floor((sorted.length - 1) * p))];
-}
-function stats(values) {
-  const sorted = [...values].sort((a, b) => a - b);
-  return { p50: percentile(sorted, 0.5), p95: percentile(sorted, 0.95), count: sorted.length };
-}
 const show = (r) => `p50 ${r.p50.toFixed(2)} ms, p95 ${r.p95.toFixed(2)} ms`;
 
 // In the page: the helpers both measurements use.
@@ -197,13 +191,7 @@ async function main() {
   const server = await startServer();
   const browser = await launchBrowser();
   try {
-    const page = await browser.newPage();
-    const url = `${server.url}/bench/commands.html`;
-    await page.route(url, (route) => route.fulfill({ status: 200, contentType: 'text/html', body: pageWith(
-      `<vellmar-editor id="ed" style="width:900px;height:600px"><param name="domain" value="127.0.0.1">` +
-      `<param name="port" value="${server.port}"></vellmar-editor>`) }));
-    await page.goto(url);
-    await page.waitForFunction(() => document.getElementById('ed') && document.getElementById('ed').vellmarCommands);
+    const page = await openEditorPage(browser, server, 'commands');
     await page.evaluate(install);
 
     const paragraphs = [];

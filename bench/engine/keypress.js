@@ -11,7 +11,8 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser, pageWith } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { spread, openEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
 
 const PRESSES = Number(process.argv[2]) || 200;
 // The tracker's load: the edit, style, format and insert items, the table items, and the
@@ -19,10 +20,6 @@ const PRESSES = Number(process.argv[2]) || 200;
 const TRACKED = [5008, 5003, 5002, 5002, 5032, 5032, 5032, 5035, 5049, 5033, 5000, 5023, 5048,
   5025, 5024, 5026, 5051, 5030, 5018, 5031, 5017, 5022, 5017, 5016, 5050, 5050, 5034,
   5047, 5029, 5007, 5006, 5021, 5020, 5011, 5013, 5014, 5043, 5044, 5045, 5046];
-
-function percentile(sorted, p) {
-  return sorted[Math.min(sorted.length - 1, Math.floor((sorted.length - 1) * p))];
-}
 
 // Per press: when the document received the key (keydown on the frame's window, before any
 // listener of the engine), when the DisplayChanged handler began, and when it ended. Only the
@@ -88,8 +85,7 @@ async function typeKeys(page) {
 function summarize(bench, keys) {
   const summary = {};
   for (const key of keys) {
-    const sorted = bench[key].sort((a, b) => a - b);
-    summary[key] = { count: sorted.length, p50: percentile(sorted, 0.5), p95: percentile(sorted, 0.95) };
+    summary[key] = spread(bench[key]);
   }
   return summary;
 }
@@ -98,13 +94,7 @@ async function main() {
   const server = await startServer();
   const browser = await launchBrowser();
   try {
-    const page = await browser.newPage();
-    const url = `${server.url}/bench/engine.html`;
-    await page.route(url, (route) => route.fulfill({ status: 200, contentType: 'text/html', body: pageWith(
-      `<vellmar-editor id="ed" style="width:900px;height:600px"><param name="domain" value="127.0.0.1">` +
-      `<param name="port" value="${server.port}"></vellmar-editor>`) }));
-    await page.goto(url);
-    await page.waitForFunction(() => document.getElementById('ed') && document.getElementById('ed').vellmarEngine);
+    const page = await openEditorPage(browser, server, 'engine', 'vellmarEngine');
     const paragraphs = [];
     for (let i = 0; i < 1000; i++) {
       paragraphs.push(`<p>Paragraph ${i} with <b>bold</b>, <i>italic</i> and <a href="/p${i}">a link</a>.</p>`);

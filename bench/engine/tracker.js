@@ -11,14 +11,11 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser, pageWith } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { spread, routeEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
 
 const PRESSES = Number(process.argv[2]) || 200;
 const SIZES = [100, 1000, 10000];
-
-function percentile(sorted, p) {
-  return sorted[Math.min(sorted.length - 1, Math.floor((sorted.length - 1) * p))];
-}
 
 function documentOf(size) {
   const paragraphs = [];
@@ -70,11 +67,7 @@ async function press(page, keys) {
     await page.waitForTimeout(25);
   }
   const bench = await page.evaluate(() => window.bench);
-  const stats = (values) => {
-    const sorted = values.sort((a, b) => a - b);
-    return { count: sorted.length, p50: percentile(sorted, 0.5), p95: percentile(sorted, 0.95) };
-  };
-  return { ...stats(bench.times), tracker: stats(bench.tracker) };
+  return { ...spread(bench.times), tracker: spread(bench.tracker) };
 }
 
 // The browser alone, for comparison: the same document in a plain design-mode frame without the
@@ -112,10 +105,7 @@ async function main() {
   const results = {};
   try {
     const page = await browser.newPage();
-    const url = `${server.url}/bench/tracker.html`;
-    await page.route(url, (route) => route.fulfill({ status: 200, contentType: 'text/html', body: pageWith(
-      `<vellmar-editor id="ed" style="width:900px;height:600px"><param name="domain" value="127.0.0.1">` +
-      `<param name="port" value="${server.port}"></vellmar-editor>`) }));
+    const url = await routeEditorPage(page, server, 'tracker');
     for (const size of SIZES) {
       await openDocument(page, url, size);
       const typing = await press(page, (i) => (i % 10 === 9 ? 'Space' : 'KeyA'));

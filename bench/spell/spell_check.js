@@ -10,7 +10,8 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser, pageWith } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
+const { openEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
 
 const REPEAT = Number(process.argv[2]) || 5;
 const WORDS = ('the editor writes every paragraph with care and keeps each line of text clean so that ' +
@@ -67,13 +68,7 @@ async function main() {
   const server = await startServer();
   const browser = await launchBrowser();
   try {
-    const page = await browser.newPage();
-    const url = `${server.url}/bench/spell.html`;
-    await page.route(url, (route) => route.fulfill({ status: 200, contentType: 'text/html', body: pageWith(
-      `<vellmar-editor id="ed" style="width:900px;height:600px"><param name="domain" value="127.0.0.1">` +
-      `<param name="port" value="${server.port}"></vellmar-editor>`) }));
-    await page.goto(url);
-    await page.waitForFunction(() => document.getElementById('ed') && document.getElementById('ed').vellmarCommands);
+    const page = await openEditorPage(browser, server, 'spell');
 
     // The first check loads the dictionary: a small document, timed from the key to its end.
     await page.evaluate(() => { document.getElementById('ed').vellmarEngine.documentHTML = '<p>Loading words.</p>'; });

@@ -404,6 +404,7 @@ void Front::Impl::readFrom(Connection& c, Clock::time_point now) {
     // answer closes the connection.
     c.in.resize(whole);
     if (c.head.expectContinue) c.in.erase(c.head.expectBegin, c.head.expectEnd - c.head.expectBegin);
+    leaveOutBrotli(c.in, c.in.size() - c.head.contentLength);
     {
       std::lock_guard lock(mutex);
       jobs.push_back(Job{c.fd, std::move(c.in)});
@@ -500,6 +501,36 @@ void Front::Impl::relay(Job& job) {
   closeFd(inner);
   if (!answered && !stopping) sendAll(job.fd, frontAnswer(502, "The request could not be served."));
   setNonBlocking(job.fd, true);
+}
+
+void leaveOutBrotli(std::string& request, std::size_t headEnd) {
+  std::size_t pos = request.find('\n');
+  while (pos != std::string::npos && pos + 1 < headEnd) {
+    const std::size_t begin = pos + 1;
+    const std::size_t end = request.find('\n', begin);
+    if (end == std::string::npos || end >= headEnd) return;
+    const std::string_view line(request.data() + begin, end - begin);
+    const std::size_t colon = line.find(':');
+    if (colon != std::string_view::npos && equalsNoCase(trim(line.substr(0, colon)), "Accept-Encoding")) {
+      std::string kept;
+      std::string_view items = line.substr(colon + 1);
+      while (!items.empty()) {
+        const std::size_t comma = items.find(',');
+        const std::string_view item = trim(items.substr(0, comma));
+        const std::string_view coding = trim(item.substr(0, item.find(';')));
+        if (!item.empty() && !equalsNoCase(coding, "br")) {
+          if (!kept.empty()) kept += ", ";
+          kept += item;
+        }
+        if (comma == std::string_view::npos) break;
+        items.remove_prefix(comma + 1);
+      }
+      const std::string replacement = kept.empty() ? std::string() : "Accept-Encoding: " + kept + "\r\n";
+      request.replace(begin, end + 1 - begin, replacement);
+      return;
+    }
+    pos = end;
+  }
 }
 
 }  // namespace vellmar::server

@@ -66,6 +66,16 @@ TEST_F(EditorFilesServed, TheModuleGoesOutCompressedToABrowserThatTakesGzipAndWh
   }
 }
 
+TEST_F(EditorFilesServed, ABrowserOfferingBrotliGetsGzipForEveryFile) {
+  writeFile(web / "vellmar.js", wasm);
+  for (const std::string file : {"vellmar.wasm", "vellmar.js"}) {
+    SCOPED_TRACE(file);
+    const std::string answer = get("/vellmar/" + file, "Accept-Encoding: gzip, deflate, br, zstd\r\n");
+    EXPECT_EQ(headerOf(answer, "Content-Encoding"), "gzip");
+    EXPECT_EQ(inflated(bodyOf(answer)), wasm);
+  }
+}
+
 TEST_F(EditorFilesServed, ABrowserThatHasTheFileGets304UntilTheFileChanges) {
   const std::string first = get("/vellmar/vellmar.wasm");
   const std::string tag = headerOf(first, "ETag");

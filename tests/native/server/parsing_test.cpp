@@ -240,6 +240,27 @@ TEST(Origin, WritesComeFromTheServersOwnPagesOrNamedOnes) {
   EXPECT_FALSE(isSameOriginWrite("http://127.0.0.1:8080", "", "", none, reason)) << "no Host";
 }
 
+TEST(FrontHead, BrotliIsLeftOutOfAcceptEncodingAndNothingElseChanges) {
+  const auto rewritten = [](std::string head, const std::string& body = {}) {
+    const std::size_t headEnd = head.size();
+    head += body;
+    leaveOutBrotli(head, headEnd);
+    return head;
+  };
+  EXPECT_EQ(rewritten("GET / HTTP/1.1\r\nHost: x\r\nAccept-Encoding: gzip, deflate, br, zstd\r\nA: b\r\n\r\n"),
+            "GET / HTTP/1.1\r\nHost: x\r\nAccept-Encoding: gzip, deflate, zstd\r\nA: b\r\n\r\n");
+  EXPECT_EQ(rewritten("GET / HTTP/1.1\r\naccept-encoding:BR;q=1.0,gzip;q=0.5\r\n\r\n"),
+            "GET / HTTP/1.1\r\nAccept-Encoding: gzip;q=0.5\r\n\r\n");
+  EXPECT_EQ(rewritten("GET / HTTP/1.1\r\nAccept-Encoding: br\r\nHost: x\r\n\r\n"),
+            "GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+  EXPECT_EQ(rewritten("GET / HTTP/1.1\nAccept-Encoding: brotli, br\n\n"),
+            "GET / HTTP/1.1\nAccept-Encoding: brotli\r\n\n");
+  // Only the head: a body that happens to hold the same words stays as it was.
+  const std::string post = "POST /cms/save HTTP/1.1\r\nContent-Length: 25\r\n\r\n";
+  EXPECT_EQ(rewritten(post, "Accept-Encoding: br\r\n\r\n"), post + "Accept-Encoding: br\r\n\r\n");
+  EXPECT_EQ(rewritten("GET / HTTP/1.1\r\nHost: x\r\n\r\n"), "GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+}
+
 TEST(EditorFiles, AcceptEncodingAdmitsGzipUnlessItsQualityIsZero) {
   EXPECT_TRUE(acceptsGzip("gzip, deflate, br"));
   EXPECT_TRUE(acceptsGzip("deflate,GZIP;q=0.5"));

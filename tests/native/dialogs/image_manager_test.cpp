@@ -122,6 +122,8 @@ TEST(ImageResult, NumbersOfTheBoxesAndTheAlignment) {
   EXPECT_EQ(boxInteger(""), 0);
   EXPECT_EQ(boxInteger("-5"), 0);
   EXPECT_EQ(boxInteger("40000"), 0);
+  EXPECT_EQ(boxInteger("32767"), 32767);
+  EXPECT_EQ(boxInteger("32768"), 0);
   ImageBoxes boxes{"Not Set", "120", "", "3", "x", "1", "Logo"};
   ImageResult r = imageResult("/a.gif", boxes);
   EXPECT_EQ(r.imagePath, "/a.gif");

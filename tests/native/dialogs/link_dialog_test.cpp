@@ -14,9 +14,10 @@ const std::vector<LinkEntry> kLinks{{"Home page", "/site/index.html"},
 TEST(LinkList, NameAndAddressAreTheFirstTwoChildren) {
   const auto links = readLinkList(
       "<links><link><name>Home page</name><url>/site/index.html</url><x>y</x></link>"
-      "<link><only>Lonely</only></link></links>");
+      "<link><only>Lonely</only></link><link><name>Two</name><url>/two</url></link></links>");
   ASSERT_TRUE(links);
-  ASSERT_EQ(links->size(), 2U);
+  ASSERT_EQ(links->size(), 3U);
+  EXPECT_EQ((*links)[2].address, "/two");
   EXPECT_EQ((*links)[0].name, "Home page");
   EXPECT_EQ((*links)[0].address, "/site/index.html");
   EXPECT_EQ((*links)[1].name, "Lonely");
@@ -36,6 +37,10 @@ TEST(LinkTabs, EachSwitchRemovesItsTab) {
   // The only tab is the one the dialog opens on.
   EXPECT_EQ(openingFor(linkTabs(props), "").tab, LinkTab::email);
   EXPECT_EQ(openingFor(linkTabs(props), "http://x.test/").tab, LinkTab::email);
+  props.let("DisableEmailLinks", std::int32_t{1});
+  EXPECT_TRUE(linkTabs(props).empty());
+  props.let("DisableLinks", std::int32_t{0});
+  EXPECT_EQ(linkTabs(props), (std::vector<LinkTab>{LinkTab::hyperlink}));
 }
 
 TEST(LinkOpening, MailtoOpensTheEmailTabWithTheBareAddress) {

@@ -28,6 +28,9 @@ TEST(WordScanner, LettersWithInnerApostrophesMakeWords) {
             (std::vector<std::string>{"na\u00EFve", "caf\u00E9", "\u00FCber"}));
   EXPECT_TRUE(wordsOf("").empty());
   EXPECT_TRUE(wordsOf(" .,;: 42 -- ").empty());
+  // A character cut off at the end of the text is no letter, whatever bytes follow in memory.
+  const std::string whole = "caf\u00E9";
+  EXPECT_EQ(wordsOf(std::string_view(whole.data(), whole.size() - 1)), (std::vector<std::string>{"caf"}));
 }
 
 TEST(WordScanner, PassesOverNumbersAndAddresses) {

@@ -65,6 +65,7 @@ TEST(ColourText, HashAndSixUpperCaseDigitsRedGreenBlue) {
   EXPECT_EQ(colourTextFromCss("#f80"), "#FF8800");
   EXPECT_EQ(colourTextFromCss("red"), "red");
   EXPECT_EQ(colourTextFromCss("rgb(1,2,3)"), "#010203");
+  EXPECT_EQ(colourTextFromCss("#xyz"), "#xyz");
   EXPECT_EQ(colourTextFromCss("rgb(1, 2)"), "rgb(1, 2)");
   EXPECT_EQ(colourTextFromCss("rgb(1, 2, x)"), "rgb(1, 2, x)");
 }

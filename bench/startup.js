@@ -239,7 +239,11 @@ async function report1000(editorPage_, barePage_, id, verdicts) {
   verdicts.push([`memory <= ${GOALS.memory}x the bare frame`, mine.total <= GOALS.memory * bare.total]);
 }
 
-main().catch((error) => {
-  console.error(error);
-  process.exit(1);
-});
+module.exports = { documentOf, editorPage, memoryOf };
+
+if (require.main === module) {
+  main().catch((error) => {
+    console.error(error);
+    process.exit(1);
+  });
+}

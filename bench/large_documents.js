@@ -8,7 +8,7 @@
 
 const path = require('node:path');
 const { startServer, launchBrowser } = require(path.join(__dirname, '..', 'tests', 'browser', 'harness'));
-const { documentOf, editorPage, memoryOf } = require(path.join(__dirname, 'startup'));
+const { documentOf, editorPage, barePage, memoryOf } = require(path.join(__dirname, 'startup'));
 const { spread } = require(path.join(__dirname, 'bench_page'));
 
 const SIZES = [0.5, 5, 20];  // MB
@@ -28,7 +28,9 @@ async function timed(page, act, done, arg) {
 // Key presses at the end of the document, each timed until the engine's body has the new text.
 async function typing(page) {
   await page.evaluate(() => {
-    const doc = window.__frameOf().contentDocument;
+    const frame = window.__frameOf();
+    frame.contentWindow.focus();
+    const doc = frame.contentDocument;
     const end = doc.getElementById('end');
     const range = doc.createRange();
     range.selectNodeContents(end);
@@ -87,8 +89,19 @@ async function main() {
       });
       peak = Math.max(peak, (await memoryOf(page)).total);
       const keys = mb === 0.03 || mb === 5 ? await typing(page) : null;
-      rows.push({ mb, bytes: Buffer.byteLength(body), load, toHtml, toWysiwyg, content: content.ms, peak, keys });
       await page.close();
+      // The browser alone, typing into the same document in a plain design-mode frame.
+      let bareKeys = null;
+      if (keys) {
+        const bareUrl = `${server.url}/bench/large-bare-${paragraphs}.html`;
+        await context.route(bareUrl, (r) => r.fulfill({ contentType: 'text/html', body: barePage(id) }));
+        const bare = await context.newPage();
+        await bare.goto(bareUrl);
+        await bare.evaluate(() => window.__ready);
+        bareKeys = await typing(bare);
+        await bare.close();
+      }
+      rows.push({ mb, bytes: Buffer.byteLength(body), load, toHtml, toWysiwyg, content: content.ms, peak, keys, bareKeys });
     }
 
     const small = rows[0];
@@ -98,7 +111,10 @@ async function main() {
         `to HTML ${String(r.toHtml).padStart(6)}  to WYSIWYG ${String(r.toWysiwyg).padStart(6)}  ` +
         `getContent ${r.content.toFixed(0).padStart(5)}  memory ${(r.peak / 1048576).toFixed(0).padStart(5)} MB ` +
         `(${(r.peak / r.bytes).toFixed(1)}x the document)`);
-      if (r.keys) console.log(`          typing: p50 ${r.keys.p50} ms, p95 ${r.keys.p95} ms`);
+      if (r.keys) {
+        console.log(`          typing: p50 ${r.keys.p50} ms, p95 ${r.keys.p95} ms; ` +
+          `the browser alone in a plain design-mode frame: p50 ${r.bareKeys.p50} ms, p95 ${r.bareKeys.p95} ms`);
+      }
     }
     const five = rows.find((r) => r.mb === 5);
     const twenty = rows.find((r) => r.mb === 20);

@@ -239,7 +239,7 @@ async function report1000(editorPage_, barePage_, id, verdicts) {
   verdicts.push([`memory <= ${GOALS.memory}x the bare frame`, mine.total <= GOALS.memory * bare.total]);
 }
 
-module.exports = { documentOf, editorPage, memoryOf };
+module.exports = { documentOf, editorPage, barePage, memoryOf };
 
 if (require.main === module) {
   main().catch((error) => {

@@ -3,7 +3,7 @@
 'use strict';
 
 const path = require('node:path');
-const { pageWith } = require(path.join(__dirname, '..', 'tests', 'browser', 'harness'));
+const { startServer, launchBrowser, pageWith } = require(path.join(__dirname, '..', 'tests', 'browser', 'harness'));
 
 // The value below which the share `p` of the sorted timings lie.
 function percentile(sorted, p) {
@@ -33,4 +33,30 @@ async function openEditorPage(browser, server, name, ready = 'vellmarCommands') 
   return page;
 }
 
-module.exports = { percentile, spread, routeEditorPage, openEditorPage };
+// Runs `main({ server, browser })` with a reference server and a headless Chromium, closes both
+// however it ends, and exits with status 1 after printing what went wrong.
+function runBench(main) {
+  (async () => {
+    const server = await startServer();
+    const browser = await launchBrowser();
+    try {
+      await main({ server, browser });
+    } finally {
+      await browser.close();
+      await server.stop();
+    }
+  })().catch((error) => {
+    console.error(error);
+    process.exit(1);
+  });
+}
+
+// Stores `body` as a new document through `page` (which holds a session) and returns its id.
+async function saveDocument(page, body) {
+  return page.evaluate(async (text) => {
+    const r = await fetch('/cms/save', { method: 'POST', body: new URLSearchParams({ vmContent: text }) });
+    return /<vmContentID>(\d+)/.exec(await r.text())[1];
+  }, body);
+}
+
+module.exports = { percentile, spread, routeEditorPage, openEditorPage, runBench, saveDocument };

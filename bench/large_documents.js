@@ -7,9 +7,8 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser } = require(path.join(__dirname, '..', 'tests', 'browser', 'harness'));
 const { documentOf, editorPage, barePage, memoryOf } = require(path.join(__dirname, 'startup'));
-const { spread } = require(path.join(__dirname, 'bench_page'));
+const { spread, runBench, saveDocument } = require(path.join(__dirname, 'bench_page'));
 
 const SIZES = [0.5, 5, 20];  // MB
 const PARAGRAPH_BYTES = 290;  // one paragraph of documentOf, about
@@ -48,93 +47,80 @@ async function typing(page) {
   return spread(times);
 }
 
-async function main() {
-  const server = await startServer();
-  const browser = await launchBrowser();
+async function main({ server, browser }) {
   const verdicts = [];
-  try {
-    const context = await browser.newContext();
-    const setup = await context.newPage();
-    await setup.goto(server.url + '/');
-    const rows = [];
-    for (const mb of [0.03, ...SIZES]) {
-      const paragraphs = Math.round((mb * 1024 * 1024) / PARAGRAPH_BYTES);
-      const body = documentOf(paragraphs);
-      const id = await setup.evaluate(async (text) => {
-        const r = await fetch('/cms/save', { method: 'POST', body: new URLSearchParams({ vmContent: text }) });
-        return /<vmContentID>(\d+)/.exec(await r.text())[1];
-      }, body);
-      const url = `${server.url}/bench/large-${paragraphs}.html`;
-      await context.route(url, (r) => r.fulfill({ contentType: 'text/html', body: editorPage(server.port, id) }));
+  const context = await browser.newContext();
+  const setup = await context.newPage();
+  await setup.goto(server.url + '/');
+  const rows = [];
+  for (const mb of [0.03, ...SIZES]) {
+    const paragraphs = Math.round((mb * 1024 * 1024) / PARAGRAPH_BYTES);
+    const body = documentOf(paragraphs);
+    const id = await saveDocument(setup, body);
+    const url = `${server.url}/bench/large-${paragraphs}.html`;
+    await context.route(url, (r) => r.fulfill({ contentType: 'text/html', body: editorPage(server.port, id) }));
 
-      const page = await context.newPage();
-      await page.goto(url);
-      const load = await page.evaluate(() => window.__ready);
-      let peak = (await memoryOf(page)).total;
-      const sourceShown = (shown) => {
-        const el = document.getElementById('ed');
-        const host = el.shadowRoot ? el : el.querySelector(':scope > .vellmar-host');
-        const box = host.shadowRoot.querySelector('textarea.vellmar-source');
-        if (!shown) return !box || box.offsetParent === null;
-        return box && box.offsetParent !== null && box.value.includes('The end marker.');
-      };
-      const toHtml = await timed(page, () => tab(page, 'HTML').click(), sourceShown, true);
-      peak = Math.max(peak, (await memoryOf(page)).total);
-      const toWysiwyg = await timed(page, () => tab(page, 'WYSIWYG').click(), sourceShown, false);
-      peak = Math.max(peak, (await memoryOf(page)).total);
-      const content = await page.evaluate(() => {
-        const t0 = performance.now();
-        const text = document.getElementById('ed').getContent(0);
-        return { ms: performance.now() - t0, length: text.length };
-      });
-      peak = Math.max(peak, (await memoryOf(page)).total);
-      const keys = mb === 0.03 || mb === 5 ? await typing(page) : null;
-      await page.close();
-      // The browser alone, typing into the same document in a plain design-mode frame.
-      let bareKeys = null;
-      if (keys) {
-        const bareUrl = `${server.url}/bench/large-bare-${paragraphs}.html`;
-        await context.route(bareUrl, (r) => r.fulfill({ contentType: 'text/html', body: barePage(id) }));
-        const bare = await context.newPage();
-        await bare.goto(bareUrl);
-        await bare.evaluate(() => window.__ready);
-        bareKeys = await typing(bare);
-        await bare.close();
-      }
-      rows.push({ mb, bytes: Buffer.byteLength(body), load, toHtml, toWysiwyg, content: content.ms, peak, keys, bareKeys });
+    const page = await context.newPage();
+    await page.goto(url);
+    const load = await page.evaluate(() => window.__ready);
+    let peak = (await memoryOf(page)).total;
+    const sourceShown = (shown) => {
+      const el = document.getElementById('ed');
+      const host = el.shadowRoot ? el : el.querySelector(':scope > .vellmar-host');
+      const box = host.shadowRoot.querySelector('textarea.vellmar-source');
+      if (!shown) return !box || box.offsetParent === null;
+      return box && box.offsetParent !== null && box.value.includes('The end marker.');
+    };
+    const toHtml = await timed(page, () => tab(page, 'HTML').click(), sourceShown, true);
+    peak = Math.max(peak, (await memoryOf(page)).total);
+    const toWysiwyg = await timed(page, () => tab(page, 'WYSIWYG').click(), sourceShown, false);
+    peak = Math.max(peak, (await memoryOf(page)).total);
+    const content = await page.evaluate(() => {
+      const t0 = performance.now();
+      const text = document.getElementById('ed').getContent(0);
+      return { ms: performance.now() - t0, length: text.length };
+    });
+    peak = Math.max(peak, (await memoryOf(page)).total);
+    const keys = mb === 0.03 || mb === 5 ? await typing(page) : null;
+    await page.close();
+    // The browser alone, typing into the same document in a plain design-mode frame.
+    let bareKeys = null;
+    if (keys) {
+      const bareUrl = `${server.url}/bench/large-bare-${paragraphs}.html`;
+      await context.route(bareUrl, (r) => r.fulfill({ contentType: 'text/html', body: barePage(id) }));
+      const bare = await context.newPage();
+      await bare.goto(bareUrl);
+      await bare.evaluate(() => window.__ready);
+      bareKeys = await typing(bare);
+      await bare.close();
     }
-
-    const small = rows[0];
-    console.log('large documents: ms for loading, to the HTML view, back to WYSIWYG, getContent(0); peak memory');
-    for (const r of rows) {
-      console.log(`  ${(r.bytes / 1048576).toFixed(2).padStart(6)} MB  load ${r.load.toFixed(0).padStart(6)}  ` +
-        `to HTML ${String(r.toHtml).padStart(6)}  to WYSIWYG ${String(r.toWysiwyg).padStart(6)}  ` +
-        `getContent ${r.content.toFixed(0).padStart(5)}  memory ${(r.peak / 1048576).toFixed(0).padStart(5)} MB ` +
-        `(${(r.peak / r.bytes).toFixed(1)}x the document)`);
-      if (r.keys) {
-        console.log(`          typing: p50 ${r.keys.p50} ms, p95 ${r.keys.p95} ms; ` +
-          `the browser alone in a plain design-mode frame: p50 ${r.bareKeys.p50} ms, p95 ${r.bareKeys.p95} ms`);
-      }
-    }
-    const five = rows.find((r) => r.mb === 5);
-    const twenty = rows.find((r) => r.mb === 20);
-    const half = rows.find((r) => r.mb === 0.5);
-    console.log(`  growth 20 MB / 0.5 MB (40x the bytes): load ${(twenty.load / half.load).toFixed(1)}x, ` +
-      `to HTML ${(twenty.toHtml / half.toHtml).toFixed(1)}x, getContent ${(twenty.content / half.content).toFixed(1)}x`);
-    const limit = GOALS.seconds * 1000;
-    verdicts.push(['5 MB: load, each view switch and getContent <= 1 s',
-      five.load <= limit && five.toHtml <= limit && five.toWysiwyg <= limit && five.content <= limit]);
-    verdicts.push([`peak memory <= ${GOALS.memoryTimes}x the document (5 MB)`, five.peak <= GOALS.memoryTimes * five.bytes]);
-    verdicts.push(['typing into 5 MB as fast as into 30 KB (p95 within 2x)', five.keys.p95 <= 2 * Math.max(small.keys.p95, 16)]);
-    console.log('goals:');
-    for (const [name, ok] of verdicts) console.log(`  ${name}: ${ok ? 'met' : 'NOT met'}`);
-  } finally {
-    await browser.close();
-    await server.stop();
+    rows.push({ mb, bytes: Buffer.byteLength(body), load, toHtml, toWysiwyg, content: content.ms, peak, keys, bareKeys });
   }
+
+  const small = rows[0];
+  console.log('large documents: ms for loading, to the HTML view, back to WYSIWYG, getContent(0); peak memory');
+  for (const r of rows) {
+    console.log(`  ${(r.bytes / 1048576).toFixed(2).padStart(6)} MB  load ${r.load.toFixed(0).padStart(6)}  ` +
+      `to HTML ${String(r.toHtml).padStart(6)}  to WYSIWYG ${String(r.toWysiwyg).padStart(6)}  ` +
+      `getContent ${r.content.toFixed(0).padStart(5)}  memory ${(r.peak / 1048576).toFixed(0).padStart(5)} MB ` +
+      `(${(r.peak / r.bytes).toFixed(1)}x the document)`);
+    if (r.keys) {
+      console.log(`          typing: p50 ${r.keys.p50} ms, p95 ${r.keys.p95} ms; ` +
+        `the browser alone in a plain design-mode frame: p50 ${r.bareKeys.p50} ms, p95 ${r.bareKeys.p95} ms`);
+    }
+  }
+  const five = rows.find((r) => r.mb === 5);
+  const twenty = rows.find((r) => r.mb === 20);
+  const half = rows.find((r) => r.mb === 0.5);
+  console.log(`  growth 20 MB / 0.5 MB (40x the bytes): load ${(twenty.load / half.load).toFixed(1)}x, ` +
+    `to HTML ${(twenty.toHtml / half.toHtml).toFixed(1)}x, getContent ${(twenty.content / half.content).toFixed(1)}x`);
+  const limit = GOALS.seconds * 1000;
+  verdicts.push(['5 MB: load, each view switch and getContent <= 1 s',
+    five.load <= limit && five.toHtml <= limit && five.toWysiwyg <= limit && five.content <= limit]);
+  verdicts.push([`peak memory <= ${GOALS.memoryTimes}x the document (5 MB)`, five.peak <= GOALS.memoryTimes * five.bytes]);
+  verdicts.push(['typing into 5 MB as fast as into 30 KB (p95 within 2x)', five.keys.p95 <= 2 * Math.max(small.keys.p95, 16)]);
+  console.log('goals:');
+  for (const [name, ok] of verdicts) console.log(`  ${name}: ${ok ? 'met' : 'NOT met'}`);
 }
 
-main().catch((error) => {
-  console.error(error);
-  process.exit(1);
-});
+runBench(main);

@@ -18,7 +18,8 @@ const fs = require('node:fs');
 const os = require('node:os');
 const zlib = require('node:zlib');
 const { spawnSync } = require('node:child_process');
-const { startServer, launchBrowser, pageWith, ROOT } = require(path.join(__dirname, '..', 'tests', 'browser', 'harness'));
+const { pageWith, ROOT } = require(path.join(__dirname, '..', 'tests', 'browser', 'harness'));
+const { runBench, saveDocument } = require(path.join(__dirname, 'bench_page'));
 
 const RUNS = Number(process.argv[2]) || 5;
 const CLI = path.join(ROOT, 'build', 'native', 'cli', 'vellmar');
@@ -125,73 +126,63 @@ function nativeCleanMs(html) {
 
 const kb = (n) => `${(n / 1024).toFixed(1)} KB`;
 
-async function main() {
-  const server = await startServer();
-  const browser = await launchBrowser();
+async function main({ server, browser }) {
   const verdicts = [];
-  try {
-    const context = await browser.newContext();
-    const setup = await context.newPage();
-    await setup.goto(server.url + '/'); // a session for the /cms/ scripts
-    const sizes = [[100, '29 KB'], [1000, '290 KB'], [10000, '2.9 MB']];
-    const ids = {};
-    for (const [paragraphs] of sizes) {
-      ids[paragraphs] = await setup.evaluate(async (body) => {
-        const r = await fetch('/cms/save', { method: 'POST', body: new URLSearchParams({ vmContent: body }) });
-        return /<vmContentID>(\d+)/.exec(await r.text())[1];
-      }, documentOf(paragraphs));
-    }
-    await setup.close();
-    for (const [paragraphs, label] of sizes) {
-      const editorUrl = `${server.url}/bench/editor-${paragraphs}.html`;
-      const bareUrl = `${server.url}/bench/bare-${paragraphs}.html`;
-      await context.route(editorUrl, (r) => r.fulfill({ contentType: 'text/html', body: editorPage(server.port, ids[paragraphs]) }));
-      await context.route(bareUrl, (r) => r.fulfill({ contentType: 'text/html', body: barePage(ids[paragraphs]) }));
-    }
-
-    console.log(`start-up: navigation to the document in the editing frame, median of ${RUNS} (after one warm-up)`);
-    let files = [];
-    for (const [paragraphs, label] of sizes) {
-      const editor = [];
-      const bare = [];
-      for (let i = 0; i <= RUNS; i++) {
-        const e = await timeLoad(context, `${server.url}/bench/editor-${paragraphs}.html`);
-        const b = await timeLoad(context, `${server.url}/bench/bare-${paragraphs}.html`);
-        if (i > 0) { editor.push(e.ready); bare.push(b.ready); }
-        if (paragraphs === 1000 && i === RUNS) {
-          files = e.files;
-          await report1000(e.page, b.page, ids[paragraphs], verdicts);
-        }
-        await e.page.close();
-        await b.page.close();
-      }
-      const ratio = median(editor) / median(bare);
-      console.log(`  ${label.padEnd(7)} editor ${median(editor).toFixed(0).padStart(5)} ms   bare frame ` +
-        `${median(bare).toFixed(0).padStart(5)} ms   ratio ${ratio.toFixed(2)}`);
-      if (paragraphs === 1000) verdicts.push([`start-up ratio at 290 KB <= ${GOALS.ratio}`, ratio <= GOALS.ratio]);
-    }
-
-    let raw = 0;
-    let gz = 0;
-    let wire = 0;
-    console.log('bytes the page loads before the editor shows:');
-    for (const f of files) {
-      const g = zlib.gzipSync(f.body, { level: 9 }).length;
-      raw += f.body.length;
-      gz += g;
-      wire += f.sent;
-      console.log(`  ${f.name.padEnd(14)} ${kb(f.body.length).padStart(10)}   gzip ${kb(g).padStart(9)}   ` +
-        `sent ${kb(f.sent).padStart(9)} (${f.encoding})`);
-    }
-    console.log(`  total          ${kb(raw).padStart(10)}   gzip ${kb(gz).padStart(9)}   sent ${kb(wire).padStart(9)}`);
-    verdicts.push([`bytes <= ${kb(GOALS.bytes)}`, raw <= GOALS.bytes], [`gzip <= ${kb(GOALS.gzip)}`, gz <= GOALS.gzip]);
-
-    console.log('goals:');
-    for (const [goal, met] of verdicts) console.log(`  ${goal}: ${met ? 'met' : 'NOT met'}`);
-  } finally {
-    await browser.close();
-    await server.stop();
+  const context = await browser.newContext();
+  const setup = await context.newPage();
+  await setup.goto(server.url + '/'); // a session for the /cms/ scripts
+  const sizes = [[100, '29 KB'], [1000, '290 KB'], [10000, '2.9 MB']];
+  const ids = {};
+  for (const [paragraphs] of sizes) {
+    ids[paragraphs] = await saveDocument(setup, documentOf(paragraphs));
   }
+  await setup.close();
+  for (const [paragraphs, label] of sizes) {
+    const editorUrl = `${server.url}/bench/editor-${paragraphs}.html`;
+    const bareUrl = `${server.url}/bench/bare-${paragraphs}.html`;
+    await context.route(editorUrl, (r) => r.fulfill({ contentType: 'text/html', body: editorPage(server.port, ids[paragraphs]) }));
+    await context.route(bareUrl, (r) => r.fulfill({ contentType: 'text/html', body: barePage(ids[paragraphs]) }));
+  }
+
+  console.log(`start-up: navigation to the document in the editing frame, median of ${RUNS} (after one warm-up)`);
+  let files = [];
+  for (const [paragraphs, label] of sizes) {
+    const editor = [];
+    const bare = [];
+    for (let i = 0; i <= RUNS; i++) {
+      const e = await timeLoad(context, `${server.url}/bench/editor-${paragraphs}.html`);
+      const b = await timeLoad(context, `${server.url}/bench/bare-${paragraphs}.html`);
+      if (i > 0) { editor.push(e.ready); bare.push(b.ready); }
+      if (paragraphs === 1000 && i === RUNS) {
+        files = e.files;
+        await report1000(e.page, b.page, ids[paragraphs], verdicts);
+      }
+      await e.page.close();
+      await b.page.close();
+    }
+    const ratio = median(editor) / median(bare);
+    console.log(`  ${label.padEnd(7)} editor ${median(editor).toFixed(0).padStart(5)} ms   bare frame ` +
+      `${median(bare).toFixed(0).padStart(5)} ms   ratio ${ratio.toFixed(2)}`);
+    if (paragraphs === 1000) verdicts.push([`start-up ratio at 290 KB <= ${GOALS.ratio}`, ratio <= GOALS.ratio]);
+  }
+
+  let raw = 0;
+  let gz = 0;
+  let wire = 0;
+  console.log('bytes the page loads before the editor shows:');
+  for (const f of files) {
+    const g = zlib.gzipSync(f.body, { level: 9 }).length;
+    raw += f.body.length;
+    gz += g;
+    wire += f.sent;
+    console.log(`  ${f.name.padEnd(14)} ${kb(f.body.length).padStart(10)}   gzip ${kb(g).padStart(9)}   ` +
+      `sent ${kb(f.sent).padStart(9)} (${f.encoding})`);
+  }
+  console.log(`  total          ${kb(raw).padStart(10)}   gzip ${kb(gz).padStart(9)}   sent ${kb(wire).padStart(9)}`);
+  verdicts.push([`bytes <= ${kb(GOALS.bytes)}`, raw <= GOALS.bytes], [`gzip <= ${kb(GOALS.gzip)}`, gz <= GOALS.gzip]);
+
+  console.log('goals:');
+  for (const [goal, met] of verdicts) console.log(`  ${goal}: ${met ? 'met' : 'NOT met'}`);
 }
 
 // With the 290 KB document: where the editor's start-up goes, serialization and memory.
@@ -241,9 +232,4 @@ async function report1000(editorPage_, barePage_, id, verdicts) {
 
 module.exports = { documentOf, editorPage, barePage, memoryOf };
 
-if (require.main === module) {
-  main().catch((error) => {
-    console.error(error);
-    process.exit(1);
-  });
-}
+if (require.main === module) runBench(main);

@@ -11,8 +11,7 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
-const { spread: stats, openEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
+const { spread: stats, openEditorPage, runBench } = require(path.join(__dirname, '..', 'bench_page'));
 
 const REPEAT = Number(process.argv[2]) || 60;
 const FORMATS = [
@@ -187,53 +186,43 @@ async function load(page, body) {
   await page.waitForTimeout(200);
 }
 
-async function main() {
-  const server = await startServer();
-  const browser = await launchBrowser();
-  try {
-    const page = await openEditorPage(browser, server, 'commands');
-    await page.evaluate(install);
+async function main({ server, browser }) {
+  const page = await openEditorPage(browser, server, 'commands');
+  await page.evaluate(install);
 
-    const paragraphs = [];
-    for (let i = 0; i < 1000; i++) {
-      paragraphs.push(`<p>Paragraph ${String(i).padStart(4, '0')} with <b>bold</b>, <i>italic</i> and <a href="/p${i}">a link</a>.</p>`);
-    }
-    await load(page, paragraphs.join(''));
-    const format = await formatting(page);
-    console.log(`formatting commands, dispatch -> end of DisplayChanged, 1,000 paragraphs (${REPEAT} each)`);
-    const allOurs = [];
-    const shares = [];
-    for (const [key] of FORMATS) {
-      const ours = stats(format[key].ours);
-      const plain = stats(format[key].browser);
-      allOurs.push(...format[key].ours);
-      // The editor's share of each run: its whole command less the browser doing the same change.
-      format[key].ours.forEach((t, i) => shares.push(t - format[key].browser[i]));
-      console.log(`  ${key.padEnd(17)} ours ${show(ours)}   browser execCommand ${show(plain)}`);
-    }
-    const all = stats(allOurs);
-    const share = stats(shares);
-    console.log(`  all formatting commands: ${show(all)}; the editor's share (ours - browser): ${show(share)}`);
-    console.log(`  goal p95 <= 4 ms: whole ${all.p95 <= 4 ? 'met' : 'NOT met'}, editor's share ${share.p95 <= 4 ? 'met' : 'NOT met'}`);
-
-    await load(page, `<p>before</p>${tableMarkup()}<p>after</p>`);
-    const { results, browser: plainTable } = await tables(page);
-    console.log(`table structure on 50 x 20 with spans, dispatch -> end of DisplayChanged (${REPEAT} each)`);
-    const allTable = [];
-    for (const [name, values] of Object.entries(results)) {
-      allTable.push(...values);
-      const beside = plainTable[name] ? `   browser table DOM + layout ${show(stats(plainTable[name]))}` : '';
-      console.log(`  ${name.padEnd(13)} ours ${show(stats(values))}${beside}`);
-    }
-    const tableAll = stats(allTable);
-    console.log(`  all table operations: ${show(tableAll)}; goal p95 <= 10 ms: ${tableAll.p95 <= 10 ? 'met' : 'NOT met'}`);
-  } finally {
-    await browser.close();
-    await server.stop();
+  const paragraphs = [];
+  for (let i = 0; i < 1000; i++) {
+    paragraphs.push(`<p>Paragraph ${String(i).padStart(4, '0')} with <b>bold</b>, <i>italic</i> and <a href="/p${i}">a link</a>.</p>`);
   }
+  await load(page, paragraphs.join(''));
+  const format = await formatting(page);
+  console.log(`formatting commands, dispatch -> end of DisplayChanged, 1,000 paragraphs (${REPEAT} each)`);
+  const allOurs = [];
+  const shares = [];
+  for (const [key] of FORMATS) {
+    const ours = stats(format[key].ours);
+    const plain = stats(format[key].browser);
+    allOurs.push(...format[key].ours);
+    // The editor's share of each run: its whole command less the browser doing the same change.
+    format[key].ours.forEach((t, i) => shares.push(t - format[key].browser[i]));
+    console.log(`  ${key.padEnd(17)} ours ${show(ours)}   browser execCommand ${show(plain)}`);
+  }
+  const all = stats(allOurs);
+  const share = stats(shares);
+  console.log(`  all formatting commands: ${show(all)}; the editor's share (ours - browser): ${show(share)}`);
+  console.log(`  goal p95 <= 4 ms: whole ${all.p95 <= 4 ? 'met' : 'NOT met'}, editor's share ${share.p95 <= 4 ? 'met' : 'NOT met'}`);
+
+  await load(page, `<p>before</p>${tableMarkup()}<p>after</p>`);
+  const { results, browser: plainTable } = await tables(page);
+  console.log(`table structure on 50 x 20 with spans, dispatch -> end of DisplayChanged (${REPEAT} each)`);
+  const allTable = [];
+  for (const [name, values] of Object.entries(results)) {
+    allTable.push(...values);
+    const beside = plainTable[name] ? `   browser table DOM + layout ${show(stats(plainTable[name]))}` : '';
+    console.log(`  ${name.padEnd(13)} ours ${show(stats(values))}${beside}`);
+  }
+  const tableAll = stats(allTable);
+  console.log(`  all table operations: ${show(tableAll)}; goal p95 <= 10 ms: ${tableAll.p95 <= 10 ? 'met' : 'NOT met'}`);
 }
 
-main().catch((error) => {
-  console.error(error);
-  process.exit(1);
-});
+runBench(main);

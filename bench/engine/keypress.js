@@ -11,8 +11,7 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
-const { spread, openEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
+const { spread, openEditorPage, runBench } = require(path.join(__dirname, '..', 'bench_page'));
 
 const PRESSES = Number(process.argv[2]) || 200;
 // The tracker's load: the edit, style, format and insert items, the table items, and the
@@ -90,43 +89,33 @@ function summarize(bench, keys) {
   return summary;
 }
 
-async function main() {
-  const server = await startServer();
-  const browser = await launchBrowser();
-  try {
-    const page = await openEditorPage(browser, server, 'engine', 'vellmarEngine');
-    const paragraphs = [];
-    for (let i = 0; i < 1000; i++) {
-      paragraphs.push(`<p>Paragraph ${i} with <b>bold</b>, <i>italic</i> and <a href="/p${i}">a link</a>.</p>`);
-    }
-    await page.evaluate((body) => {
-      document.getElementById('ed').vellmarEngine.documentHTML = `<html><body>${body}</body></html>`;
-    }, paragraphs.join(''));
-    const frame = page.frameLocator('iframe.vellmar-engine-frame');
-    await frame.locator('p').nth(500).click();
-    await page.keyboard.press('End');
-
-    const bare = await measure(page, false);
-    await page.keyboard.press('End');
-    const tracked = await measure(page, true);
-    const alone = await measureBrowserAlone(page, paragraphs.join(''));
-    const show = (r) => `p50 ${r.p50.toFixed(2)} ms, p95 ${r.p95.toFixed(2)} ms (${r.count} presses)`;
-    const share = { p50: tracked.whole.p50 - alone.insert.p50, p95: tracked.whole.p95 - alone.insert.p95 };
-    console.log('engine: key press -> end of DisplayChanged handling, 1,000 paragraphs');
-    console.log(`  whole press, empty handler:          ${show(bare.whole)}`);
-    console.log(`  whole press, 40 status queries:      ${show(tracked.whole)}`);
-    console.log(`  the 40 status queries themselves:    ${show(tracked.handler)}`);
-    console.log(`  the browser alone inserting the key: ${show(alone.insert)}`);
-    console.log(`  engine's share (whole - browser):    p50 ${share.p50.toFixed(2)} ms, p95 ${share.p95.toFixed(2)} ms`);
-    console.log(`  ratio whole/browser alone, p50:      ${(tracked.whole.p50 / alone.insert.p50).toFixed(2)}`);
-    console.log(`  goal p95 < 2 ms (engine's share):    ${share.p95 < 2 ? 'met' : 'NOT met'}`);
-  } finally {
-    await browser.close();
-    await server.stop();
+async function main({ server, browser }) {
+  const page = await openEditorPage(browser, server, 'engine', 'vellmarEngine');
+  const paragraphs = [];
+  for (let i = 0; i < 1000; i++) {
+    paragraphs.push(`<p>Paragraph ${i} with <b>bold</b>, <i>italic</i> and <a href="/p${i}">a link</a>.</p>`);
   }
+  await page.evaluate((body) => {
+    document.getElementById('ed').vellmarEngine.documentHTML = `<html><body>${body}</body></html>`;
+  }, paragraphs.join(''));
+  const frame = page.frameLocator('iframe.vellmar-engine-frame');
+  await frame.locator('p').nth(500).click();
+  await page.keyboard.press('End');
+
+  const bare = await measure(page, false);
+  await page.keyboard.press('End');
+  const tracked = await measure(page, true);
+  const alone = await measureBrowserAlone(page, paragraphs.join(''));
+  const show = (r) => `p50 ${r.p50.toFixed(2)} ms, p95 ${r.p95.toFixed(2)} ms (${r.count} presses)`;
+  const share = { p50: tracked.whole.p50 - alone.insert.p50, p95: tracked.whole.p95 - alone.insert.p95 };
+  console.log('engine: key press -> end of DisplayChanged handling, 1,000 paragraphs');
+  console.log(`  whole press, empty handler:          ${show(bare.whole)}`);
+  console.log(`  whole press, 40 status queries:      ${show(tracked.whole)}`);
+  console.log(`  the 40 status queries themselves:    ${show(tracked.handler)}`);
+  console.log(`  the browser alone inserting the key: ${show(alone.insert)}`);
+  console.log(`  engine's share (whole - browser):    p50 ${share.p50.toFixed(2)} ms, p95 ${share.p95.toFixed(2)} ms`);
+  console.log(`  ratio whole/browser alone, p50:      ${(tracked.whole.p50 / alone.insert.p50).toFixed(2)}`);
+  console.log(`  goal p95 < 2 ms (engine's share):    ${share.p95 < 2 ? 'met' : 'NOT met'}`);
 }
 
-main().catch((error) => {
-  console.error(error);
-  process.exit(1);
-});
+runBench(main);

@@ -11,8 +11,7 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
-const { spread, routeEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
+const { spread, routeEditorPage, runBench } = require(path.join(__dirname, '..', 'bench_page'));
 
 const PRESSES = Number(process.argv[2]) || 200;
 const SIZES = [100, 1000, 10000];
@@ -99,25 +98,18 @@ async function browserAlone(page, size) {
   await page.keyboard.press('End');
 }
 
-async function main() {
-  const server = await startServer();
-  const browser = await launchBrowser();
+async function main({ server, browser }) {
   const results = {};
-  try {
-    const page = await browser.newPage();
-    const url = await routeEditorPage(page, server, 'tracker');
-    for (const size of SIZES) {
-      await openDocument(page, url, size);
-      const typing = await press(page, (i) => (i % 10 === 9 ? 'Space' : 'KeyA'));
-      const moving = await press(page, (i) => (Math.floor(i / 10) % 2 === 0 ? 'ArrowDown' : 'ArrowUp'));
-      await browserAlone(page, size);
-      const plainTyping = await press(page, (i) => (i % 10 === 9 ? 'Space' : 'KeyA'));
-      const plainMoving = await press(page, (i) => (Math.floor(i / 10) % 2 === 0 ? 'ArrowDown' : 'ArrowUp'));
-      results[size] = { typing, moving, plainTyping, plainMoving };
-    }
-  } finally {
-    await browser.close();
-    await server.stop();
+  const page = await browser.newPage();
+  const url = await routeEditorPage(page, server, 'tracker');
+  for (const size of SIZES) {
+    await openDocument(page, url, size);
+    const typing = await press(page, (i) => (i % 10 === 9 ? 'Space' : 'KeyA'));
+    const moving = await press(page, (i) => (Math.floor(i / 10) % 2 === 0 ? 'ArrowDown' : 'ArrowUp'));
+    await browserAlone(page, size);
+    const plainTyping = await press(page, (i) => (i % 10 === 9 ? 'Space' : 'KeyA'));
+    const plainMoving = await press(page, (i) => (Math.floor(i / 10) % 2 === 0 ? 'ArrowDown' : 'ArrowUp'));
+    results[size] = { typing, moving, plainTyping, plainMoving };
   }
   const show = (r) => `p50 ${r.p50.toFixed(2)} ms, p95 ${r.p95.toFixed(2)} ms (${r.count}); ` +
     `tracker alone p50 ${r.tracker.p50.toFixed(2)} ms, p95 ${r.tracker.p95.toFixed(2)} ms`;
@@ -139,7 +131,4 @@ async function main() {
     `(${worst.toFixed(2)} ms); the tracker's own part: ${worstTracker <= 3 ? 'met' : 'NOT met'} (${worstTracker.toFixed(2)} ms)`);
 }
 
-main().catch((error) => {
-  console.error(error);
-  process.exit(1);
-});
+runBench(main);

@@ -10,8 +10,7 @@
 'use strict';
 
 const path = require('node:path');
-const { startServer, launchBrowser } = require(path.join(__dirname, '..', '..', 'tests', 'browser', 'harness'));
-const { openEditorPage } = require(path.join(__dirname, '..', 'bench_page'));
+const { openEditorPage, runBench } = require(path.join(__dirname, '..', 'bench_page'));
 
 const REPEAT = Number(process.argv[2]) || 5;
 const WORDS = ('the editor writes every paragraph with care and keeps each line of text clean so that ' +
@@ -64,54 +63,44 @@ function runCheck() {
   });
 }
 
-async function main() {
-  const server = await startServer();
-  const browser = await launchBrowser();
-  try {
-    const page = await openEditorPage(browser, server, 'spell');
+async function main({ server, browser }) {
+  const page = await openEditorPage(browser, server, 'spell');
 
-    // The first check loads the dictionary: a small document, timed from the key to its end.
-    await page.evaluate(() => { document.getElementById('ed').vellmarEngine.documentHTML = '<p>Loading words.</p>'; });
-    const first = await page.evaluate(runCheck);
-    console.log(`first check of a page (loads nspell and the English dictionary): ${first.elapsed.toFixed(0)} ms`);
+  // The first check loads the dictionary: a small document, timed from the key to its end.
+  await page.evaluate(() => { document.getElementById('ed').vellmarEngine.documentHTML = '<p>Loading words.</p>'; });
+  const first = await page.evaluate(runCheck);
+  console.log(`first check of a page (loads nspell and the English dictionary): ${first.elapsed.toFixed(0)} ms`);
 
-    await page.evaluate((html) => { document.getElementById('ed').vellmarEngine.documentHTML = html; }, documentMarkup());
-    await page.waitForFunction(() => document.getElementById('ed').vellmarEngine.document().body.children.length === 1000);
-    const words = await page.evaluate(() => document.getElementById('ed').vellmarEngine.document().body.textContent.split(/[^A-Za-z]+/).filter(Boolean).length);
+  await page.evaluate((html) => { document.getElementById('ed').vellmarEngine.documentHTML = html; }, documentMarkup());
+  await page.waitForFunction(() => document.getElementById('ed').vellmarEngine.document().body.children.length === 1000);
+  const words = await page.evaluate(() => document.getElementById('ed').vellmarEngine.document().body.textContent.split(/[^A-Za-z]+/).filter(Boolean).length);
 
-    const ours = [];
-    const waits = [];
-    const alone = [];
-    for (let i = 0; i < REPEAT; i++) {
-      const r = await page.evaluate(runCheck);
-      ours.push(r.elapsed);
-      waits.push(r.longest);
-      // The checker alone over the same words (a fresh copy, so no answer is remembered).
-      alone.push(await page.evaluate(async () => {
-        const { createChecker } = await import('/vellmar/spell/spell_checker.js');
-        const checker = await createChecker();
-        const text = document.getElementById('ed').vellmarEngine.document().body.textContent;
-        const list = text.split(/[^A-Za-z']+/).filter(Boolean);
-        const t0 = performance.now();
-        let wrong = 0;
-        for (const w of list) if (!checker.correct(w)) wrong++;
-        if (wrong) throw new Error(`${wrong} words unknown to the dictionary`);
-        return performance.now() - t0;
-      }));
-    }
-    const median = (v) => [...v].sort((a, b) => a - b)[Math.floor(v.length / 2)];
-    const m = median(ours);
-    console.log(`full check, 1,000 paragraphs, ${words} words, no misspelling (${REPEAT} runs):`);
-    console.log(`  ours: median ${m.toFixed(0)} ms, worst ${Math.max(...ours).toFixed(0)} ms; goal <= 2000 ms: ${Math.max(...ours) <= 2000 ? 'met' : 'NOT met'}`);
-    console.log(`  the checker alone on every word: median ${median(alone).toFixed(0)} ms; ratio ours / checker ${(m / median(alone)).toFixed(2)}`);
-    console.log(`  longest wait of a 4 ms page timer during the check: ${Math.max(...waits).toFixed(0)} ms (the dialog answers within that)`);
-  } finally {
-    await browser.close();
-    await server.stop();
+  const ours = [];
+  const waits = [];
+  const alone = [];
+  for (let i = 0; i < REPEAT; i++) {
+    const r = await page.evaluate(runCheck);
+    ours.push(r.elapsed);
+    waits.push(r.longest);
+    // The checker alone over the same words (a fresh copy, so no answer is remembered).
+    alone.push(await page.evaluate(async () => {
+      const { createChecker } = await import('/vellmar/spell/spell_checker.js');
+      const checker = await createChecker();
+      const text = document.getElementById('ed').vellmarEngine.document().body.textContent;
+      const list = text.split(/[^A-Za-z']+/).filter(Boolean);
+      const t0 = performance.now();
+      let wrong = 0;
+      for (const w of list) if (!checker.correct(w)) wrong++;
+      if (wrong) throw new Error(`${wrong} words unknown to the dictionary`);
+      return performance.now() - t0;
+    }));
   }
+  const median = (v) => [...v].sort((a, b) => a - b)[Math.floor(v.length / 2)];
+  const m = median(ours);
+  console.log(`full check, 1,000 paragraphs, ${words} words, no misspelling (${REPEAT} runs):`);
+  console.log(`  ours: median ${m.toFixed(0)} ms, worst ${Math.max(...ours).toFixed(0)} ms; goal <= 2000 ms: ${Math.max(...ours) <= 2000 ? 'met' : 'NOT met'}`);
+  console.log(`  the checker alone on every word: median ${median(alone).toFixed(0)} ms; ratio ours / checker ${(m / median(alone)).toFixed(2)}`);
+  console.log(`  longest wait of a 4 ms page timer during the check: ${Math.max(...waits).toFixed(0)} ms (the dialog answers within that)`);
 }
 
-main().catch((error) => {
-  console.error(error);
-  process.exit(1);
-});
+runBench(main);

@@ -19,12 +19,13 @@ std::string lowerCase(std::string text) {
 
 // ---- ColourPicker -------------------------------------------------------------------------------
 
-ColourPicker::ColourPicker(val root) : dialog_(std::move(root), "Color", "vellmar-colour-picker") {
+void ColourPicker::build() {
+  dialog_ = std::make_unique<ModalDialog>(root_, "Color", "vellmar-colour-picker");
   grid_ = create("div", "vellmar-colour-grid");
   setAttr(grid_, "role", "group");
   setAttr(grid_, "aria-label", "Colours");
   for (std::string_view colour : toolbars::pickerPalette()) {
-    val swatch = dialog_.makeButton("", [this, c = std::string(colour)] { finish(c); });
+    val swatch = dialog_->makeButton("", [this, c = std::string(colour)] { finish(c); });
     setAttr(swatch, "class", "vellmar-colour-swatch");
     setAttr(swatch, "aria-label", toolbars::colourName(colour));
     setAttr(swatch, "title", toolbars::colourName(colour));
@@ -32,8 +33,8 @@ ColourPicker::ColourPicker(val root) : dialog_(std::move(root), "Color", "vellma
     swatch["style"].set("backgroundColor", std::string(colour));
     grid_.call<void>("appendChild", swatch);
   }
-  dialog_.route().listen(grid_, "keydown", [this](const val& event) { moveInGrid(event); });
-  dialog_.body().call<void>("appendChild", grid_);
+  dialog_->route().listen(grid_, "keydown", [this](const val& event) { moveInGrid(event); });
+  dialog_->body().call<void>("appendChild", grid_);
 
   val other = create("label", "vellmar-colour-other");
   other.call<void>("appendChild", val::global("document").call<val>("createTextNode", std::string("Other colour: ")));
@@ -42,23 +43,24 @@ ColourPicker::ColourPicker(val root) : dialog_(std::move(root), "Color", "vellma
   other.call<void>("appendChild", custom_);
   customText_ = create("output", "vellmar-colour-text");
   other.call<void>("appendChild", customText_);
-  dialog_.body().call<void>("appendChild", other);
-  dialog_.route().listen(custom_, "input", [this](const val&) {
+  dialog_->body().call<void>("appendChild", other);
+  dialog_->route().listen(custom_, "input", [this](const val&) {
     customText_.set("textContent", toolbars::readColourText(custom_["value"].as<std::string>()).value_or(""));
   });
 
-  dialog_.addButton("OK", [this] {
+  dialog_->addButton("OK", [this] {
     const auto colour = toolbars::readColourText(custom_["value"].as<std::string>());
     finish(colour.value_or(std::string()));
   }, ModalDialog::Role::accept);
-  dialog_.addButton("Cancel", [this] {
+  dialog_->addButton("Cancel", [this] {
     chosen_ = nullptr;
-    dialog_.close();
+    dialog_->close();
   }, ModalDialog::Role::cancel);
 }
 
 void ColourPicker::open(const std::string& start, std::function<void(const std::string&)> chosen) {
-  if (dialog_.isOpen()) return;
+  if (!dialog_) build();
+  if (dialog_->isOpen()) return;
   chosen_ = std::move(chosen);
   const std::string colour = toolbars::readColourText(start).value_or("");
   const std::string shown = colour.empty() ? std::string(toolbars::SelColor::kPickerStart) : colour;
@@ -73,13 +75,13 @@ void ColourPicker::open(const std::string& start, std::function<void(const std::
     setAttr(swatch, "aria-pressed", current ? "true" : "false");
     if (current) focus = swatch;
   }
-  dialog_.show(focus.isUndefined() ? swatches[0] : focus);
+  dialog_->show(focus.isUndefined() ? swatches[0] : focus);
 }
 
 void ColourPicker::finish(const std::string& colour) {
   auto chosen = std::move(chosen_);
   chosen_ = nullptr;
-  dialog_.close();
+  dialog_->close();
   if (chosen && !colour.empty()) chosen(colour);
 }
 

@@ -18,21 +18,23 @@ namespace vellmar::browser {
 
 // The picker: a dialog "Color" with a grid of colours, and the browser's own colour input for
 // any other colour. Picking a colour of the grid, or OK after choosing another, answers with its
-// colour text; Cancel and Escape answer nothing.
+// colour text; Cancel and Escape answer nothing. The dialog is made when first opened.
 class ColourPicker {
  public:
-  explicit ColourPicker(emscripten::val root);
+  explicit ColourPicker(emscripten::val root) : root_(std::move(root)) {}
   ColourPicker(const ColourPicker&) = delete;
   ColourPicker& operator=(const ColourPicker&) = delete;
 
   void open(const std::string& start, std::function<void(const std::string& colour)> chosen);
-  bool isOpen() const { return dialog_.isOpen(); }
+  bool isOpen() const { return dialog_ && dialog_->isOpen(); }
 
  private:
+  void build();
   void finish(const std::string& colour);
   void moveInGrid(const emscripten::val& event);
 
-  ModalDialog dialog_;
+  emscripten::val root_;
+  std::unique_ptr<ModalDialog> dialog_;
   emscripten::val grid_ = emscripten::val::undefined();
   emscripten::val custom_ = emscripten::val::undefined();
   emscripten::val customText_ = emscripten::val::undefined();

@@ -16,11 +16,11 @@ foreach(pair ${MODULES})
 endforeach()
 string(APPEND text [=[
 const loaded = Object.create(null);
-function resolve(from, spec) {
-  if (!spec.startsWith('.')) return spec;
+function resolve(from, request) {
+  if (!request.startsWith('.')) return request;
   const parts = from.split('/');
   parts.pop();
-  for (const part of spec.split('/')) {
+  for (const part of request.split('/')) {
     if (part === '..') parts.pop();
     else if (part !== '.') parts.push(part);
   }
@@ -31,7 +31,7 @@ function load(id) {
   if (!definitions[id]) throw new Error('module not bundled: ' + id);
   const module = { exports: {} };
   loaded[id] = module;
-  definitions[id].call(module.exports, module, module.exports, (spec) => load(resolve(id, spec)));
+  definitions[id].call(module.exports, module, module.exports, (request) => load(resolve(id, request)));
   return module.exports;
 }
 ]=])

@@ -2,7 +2,7 @@
 #include "common/diagnostics.h"
 #include "common/version.h"
 #include "dialogs/about_box.h"
-#include "dialogs/special_characters.h"
+#include "dialogs/character_chart.h"
 #include "dialogs/table_dialog.h"
 #include "platform/browser/dialog_views.h"
 

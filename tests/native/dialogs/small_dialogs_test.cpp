@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "dialogs/about_box.h"
-#include "dialogs/special_characters.h"
+#include "dialogs/character_chart.h"
 #include "dialogs/table_dialog.h"
 
 namespace vellmar::dialogs {

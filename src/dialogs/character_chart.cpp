@@ -1,4 +1,4 @@
-#include "dialogs/special_characters.h"
+#include "dialogs/character_chart.h"
 
 namespace vellmar::dialogs {
 

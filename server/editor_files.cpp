@@ -3,10 +3,10 @@
 #include <httplib.h>
 #include <zlib.h>
 
-#include <cctype>
 #include <cstdio>
-#include <memory>
 #include <stdexcept>
+
+#include "server/text.h"
 
 namespace vellmar::server {
 
@@ -14,18 +14,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string_view trim(std::string_view s) {
-  while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
-  return s;
-}
-
-bool sameNoCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i)
-    if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-      return false;
-  return true;
+// A file of the folder that vanished between its check and its reading is the server's error.
+std::string readFileOrThrow(const fs::path& path) {
+  auto bytes = readWholeFile(path);
+  if (!bytes) throw std::runtime_error("cannot read " + path.string());
+  return std::move(*bytes);
 }
 
 // Calls `each` with every comma-separated item of a header, trimmed.
@@ -45,15 +38,6 @@ bool compressedHere(std::string_view type) { return type == "application/wasm"; 
 
 bool compressedByLibrary(std::string_view type) {
   return type.rfind("text/", 0) == 0 || type == "image/svg+xml" || type == "application/json";
-}
-
-std::string readWhole(const fs::path& path) {
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(std::fopen(path.c_str(), "rb"), &std::fclose);
-  if (!in) throw std::runtime_error("cannot open " + path.string());
-  std::string out;
-  char buffer[65536];
-  for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, in.get())) > 0;) out.append(buffer, n);
-  return out;
 }
 
 // Only plain names below the folder: no empty, "." or ".." segment and no backslash.
@@ -77,7 +61,7 @@ bool acceptsGzip(std::string_view acceptEncoding) {
   forEachItem(acceptEncoding, [&](std::string_view item) {
     const auto semicolon = item.find(';');
     const std::string_view coding = trim(item.substr(0, semicolon));
-    if (!sameNoCase(coding, "gzip") && !sameNoCase(coding, "x-gzip") && coding != "*") return;
+    if (!equalsNoCase(coding, "gzip") && !equalsNoCase(coding, "x-gzip") && coding != "*") return;
     bool zero = false;
     if (semicolon != std::string_view::npos) {
       std::string_view q = trim(item.substr(semicolon + 1));
@@ -175,11 +159,11 @@ void EditorFiles::serve(const std::string& relative, const httplib::Request& req
   if (gzip) {
     std::lock_guard lock(mutex_);
     Compressed& c = compressed_[relative];
-    if (c.tag != tag) c = {tag, gzipped(readWhole(path))};
+    if (c.tag != tag) c = {tag, gzipped(readFileOrThrow(path))};
     body = c.bytes;
     res.set_header("Content-Encoding", "gzip");
   } else {
-    body = readWhole(path);
+    body = readFileOrThrow(path);
   }
   res.set_content(std::move(body), type);
 }

@@ -1,4 +1,5 @@
 #include "server/front.h"
+#include "server/text.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -34,21 +35,6 @@ constexpr auto npos = std::string_view::npos;
 constexpr std::chrono::milliseconds kDrainTime{2000};
 // The longest a relay waits for a slow reader to take the next piece of an answer.
 constexpr int kSendTimeoutSeconds = 20;
-
-std::string_view trim(std::string_view s) {
-  while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) s.remove_suffix(1);
-  return s;
-}
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-      return false;
-  }
-  return true;
-}
 
 const char* reasonPhrase(int status) {
   switch (status) {

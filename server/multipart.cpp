@@ -1,26 +1,11 @@
 #include "server/multipart.h"
+#include "server/text.h"
 
 #include <cctype>
 
 namespace vellmar::server {
 
 namespace {
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) !=
-        std::tolower(static_cast<unsigned char>(b[i])))
-      return false;
-  }
-  return true;
-}
-
-std::string_view trim(std::string_view s) {
-  while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
-  return s;
-}
 
 // The value of parameter `key` in a header value such as `form-data; name="a"; filename="b"`.
 std::optional<std::string> headerParameter(std::string_view value, std::string_view key) {
@@ -42,7 +27,7 @@ std::optional<std::string> headerParameter(std::string_view value, std::string_v
       consumed = std::min(rest.find(';'), rest.size());
       found = trim(rest.substr(0, consumed));
     }
-    if (equalsIgnoringCase(name, key)) return std::string(found);
+    if (equalsNoCase(name, key)) return std::string(found);
     const std::size_t base = static_cast<std::size_t>(rest.data() - value.data()) + consumed;
     pos = value.find(';', base);
   }
@@ -53,7 +38,7 @@ std::optional<std::string> headerParameter(std::string_view value, std::string_v
 
 std::string multipartBoundary(std::string_view contentType) {
   const auto type = trim(contentType.substr(0, contentType.find(';')));
-  if (!equalsIgnoringCase(type, "multipart/form-data")) return {};
+  if (!equalsNoCase(type, "multipart/form-data")) return {};
   return headerParameter(contentType, "boundary").value_or("");
 }
 
@@ -89,13 +74,13 @@ std::optional<std::vector<FormPart>> parseMultipart(std::string_view body,
       if (colon == std::string_view::npos) return std::nullopt;
       const std::string_view field = trim(line.substr(0, colon));
       const std::string_view value = trim(line.substr(colon + 1));
-      if (equalsIgnoringCase(field, "Content-Disposition")) {
+      if (equalsNoCase(field, "Content-Disposition")) {
         auto name = headerParameter(value, "name");
         if (!name) return std::nullopt;
         part.name = *name;
         part.filename = headerParameter(value, "filename");
         named = true;
-      } else if (equalsIgnoringCase(field, "Content-Type")) {
+      } else if (equalsNoCase(field, "Content-Type")) {
         part.contentType = std::string(value);
       }
     }

@@ -3,7 +3,6 @@
 #include <httplib.h>
 
 #include <charconv>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -12,6 +11,7 @@
 #include "server/form.h"
 #include "server/multipart.h"
 #include "server/origin.h"
+#include "server/text.h"
 
 namespace vellmar::server {
 
@@ -93,14 +93,6 @@ std::string linkDocument(Database& db, const char* list, const char* root, const
   });
   xml += std::string("</") + root + ">\r\n";
   return xml;
-}
-
-std::string readWholeFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return {};
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
 }
 
 }  // namespace
@@ -259,7 +251,7 @@ void Scripts::install(httplib::Server& http) {
     std::error_code ec;
     if (!isSafeMediaFileName(name) || !fs::is_regular_file(fs::symlink_status(path, ec)))
       throw RequestError(404, "No image " + req.path + ".");
-    const std::string bytes = readWholeFile(path);
+    const std::string bytes = readWholeFile(path).value_or(std::string());
     res.set_content(bytes, mimeTypeOf(inspectImage(bytes).type));
   }, "no-cache"));
 }

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <fstream>
 #include <optional>
-#include <sstream>
 #include <system_error>
 #include <thread>
 
@@ -23,6 +22,7 @@
 #include "server/scripts.h"
 #include "server/seed.h"
 #include "server/sessions.h"
+#include "server/text.h"
 
 namespace vellmar::server {
 
@@ -79,14 +79,6 @@ struct ReferenceServer::Impl {
 
 namespace {
 
-std::string readFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return {};
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
   std::string out;
   out.reserve(text.size());
@@ -140,7 +132,7 @@ std::string ReferenceServer::Impl::lastSavedDocument(const std::string& cookieHe
 }
 
 void ReferenceServer::Impl::serveDemoPage(const httplib::Request& req, httplib::Response& res) {
-  std::string page = readFile(options.demoDir / "index.html");
+  std::string page = readWholeFile(options.demoDir / "index.html").value_or(std::string());
   if (page.empty()) {
     res.status = 500;
     res.set_content("The demo page is missing.", "text/plain");

@@ -1,4 +1,5 @@
 #include "server/sessions.h"
+#include "server/text.h"
 
 #include <algorithm>
 #include <array>
@@ -24,11 +25,6 @@ std::string randomToken() {
   return token;
 }
 
-std::string_view trim(std::string_view s) {
-  while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
-  return s;
-}
 
 }  // namespace
 

@@ -188,6 +188,22 @@ test('Image Properties: size, alternative text, border and alignment; a picked s
   await page.close();
 });
 
+test('Image Properties: a refused entry keeps its reason when the panel reads its changed element again', async () => {
+  const page = await openEditor(env);
+  await setContent(page, `<p>see <img src="${GIF}" width="20" height="10"> here</p>`);
+  const panel = await openPanel(page, frame(page).locator('img'), 'Image Properties...');
+  await enter(panel.getByLabel('H Space:'), '99999');
+  const reason = panel.getByRole('alert').filter({ hasText: /32767/ });
+  assert.match(await reason.textContent(), /0 to 32767/);
+  // Another field changes the image; the panel reads it again on the display change that follows.
+  await enter(panel.getByLabel('Alt Text:'), 'a dot');
+  assert.equal((await attributes(page, 'img')).alt, 'a dot');
+  await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+  assert.match(await reason.textContent({ timeout: 1000 }), /0 to 32767/);
+  assert.equal(await panel.getByLabel('Alt Text:').inputValue(), 'a dot');
+  await page.close();
+});
+
 test('Image Properties: with DisableEditImageWidthHeight the size fields cannot be edited', async () => {
   const page = await openEditor(env, { DisableEditImageWidthHeight: '1' });
   await setContent(page, `<p>see <img src="${GIF}" width="20" height="10"> here</p>`);

@@ -262,11 +262,14 @@ void ElementFrames::setProperties() {
   const editing::PanelValues values = editing::setProperties(open->kind, adapter);
   const val focused = band_.call<val>("getRootNode")["activeElement"];
   for (auto& field : open->fields) {
-    showMessage(*field, {});
     // The field the person is typing in keeps what they typed.
     if (field->input.strictlyEquals(focused)) continue;
     const auto found = values.find(field->def->id);
-    if (found != values.end()) showValue(*field, found->second);
+    // A field whose value is unchanged keeps what was said of it: a read that follows a refused
+    // entry (a display change arriving late) must not take the reason away.
+    if (found == values.end() || fieldText(*field) == found->second) continue;
+    showValue(*field, found->second);
+    showMessage(*field, {});
   }
   if (open->kind == PropertiesTarget::image) {
     // Sizes cannot be edited while the switch keeps images at their own size.

@@ -126,6 +126,11 @@ test('the content parameter is the document shown after show, and content reads 
 
 test('an editor moved elsewhere in the page keeps its unsaved document, raises Loaded again and goes on working', async () => {
   const page = await env.openDemo();
+  // The site's style sheet has been read (its classes are offered) before DebugMode is on: a sheet
+  // arriving later would show its exchange in the message window over the document.
+  await page.getByRole('menubar').getByRole('menuitem', { name: 'Style', exact: true }).click();
+  await page.getByRole('menu', { name: 'Style', exact: true }).getByRole('menuitem', { name: 'CSS Classes' }).waitFor();
+  await page.keyboard.press('Escape');
   await page.evaluate(() => {
     document.getElementById('editor1').DebugMode = 1;
     document.body.insertAdjacentHTML('beforeend', '<section id="elsewhere"></section>');

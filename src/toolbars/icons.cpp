@@ -56,13 +56,42 @@ std::string svgDataUri(std::string_view svg) {
   return out;
 }
 
-std::string iconRule(std::string_view name, std::string_view svg) {
-  std::string rule = ".vellmar-tool[data-icon=\"";
-  rule += name;
-  rule += "\"] { --vellmar-icon: url(\"";
-  rule += svgDataUri(svg);
-  rule += "\"); }\n";
-  return rule;
+std::optional<std::string> iconSprite(const std::vector<std::string>& svgs) {
+  const std::string width = std::to_string(kSpritePitch * static_cast<int>(svgs.size()));
+  std::string sprite = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + width + "\" height=\"" +
+                       std::to_string(kIconUnits) + "\" viewBox=\"0 0 " + width + " " +
+                       std::to_string(kIconUnits) + "\">";
+  int x = 0;
+  for (const std::string& svg : svgs) {
+    // A nested <svg> keeps the icon's own view box and drawing attributes; only its place is new.
+    const std::size_t start = svg.find("<svg");
+    if (start == std::string::npos) return std::nullopt;
+    const std::size_t name = start + 4;
+    sprite.append(svg, start, name - start);
+    sprite += " x=\"" + std::to_string(x) + "\"";
+    const std::size_t end = svg.rfind("</svg>");
+    sprite.append(svg, name, (end == std::string::npos || end < name ? svg.size() : end + 6) - name);
+    x += kSpritePitch;
+  }
+  sprite += "</svg>";
+  return sprite;
+}
+
+std::string iconRules(const std::vector<std::string_view>& names, std::string_view sprite) {
+  static_assert(kSpritePitch * kIconPixels % kIconUnits == 0, "icons must sit on whole pixels");
+  constexpr int pitch = kSpritePitch * kIconPixels / kIconUnits;
+  const std::string size = std::to_string(pitch * static_cast<int>(names.size())) + "px " +
+                           std::to_string(kIconPixels) + "px";
+  std::string rules = ".vellmar-tool-icon { --vellmar-icons: url(\"" + svgDataUri(sprite) +
+                      "\"); --vellmar-icons-size: " + size + "; }\n";
+  int x = 0;
+  for (std::string_view name : names) {
+    rules += ".vellmar-tool[data-icon=\"";
+    rules += name;
+    rules += "\"] { --vellmar-icon-x: " + std::to_string(-x) + "px; }\n";
+    x += pitch;
+  }
+  return rules;
 }
 
 }  // namespace vellmar::toolbars

@@ -1,11 +1,14 @@
-// Writes the component's style sheet: the editor's own sheet, then one rule per icon the toolbars
-// use, read from the icon set's folder. An icon the set does not have stops the build.
+// Writes the component's style sheet: the editor's own sheet, then the icons the toolbars use, read
+// from the icon set's folder, as one picture with a rule per icon. An icon the set does not have
+// stops the build.
 //
 //   node write_icons.js ICON_FOLDER STYLE_SHEET OUTPUT
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "toolbars/icons.h"
 
@@ -33,15 +36,21 @@ int main(int argc, char** argv) {
     return 1;
   }
   sheet += "\n/* Toolbar icons: Lucide (https://lucide.dev), ISC License. */\n";
-  for (std::string_view name : vellmar::toolbars::usedIcons()) {
-    std::string svg;
+  const std::vector<std::string_view> names = vellmar::toolbars::usedIcons();
+  std::vector<std::string> svgs;
+  for (std::string_view name : names) {
     const std::string path = std::string(argv[1]) + "/" + std::string(name) + ".svg";
-    if (!readFile(path, svg)) {
+    if (!readFile(path, svgs.emplace_back())) {
       std::cerr << "write_icons: the icon set has no " << path << "\n";
       return 1;
     }
-    sheet += vellmar::toolbars::iconRule(name, svg);
   }
+  const std::optional<std::string> sprite = vellmar::toolbars::iconSprite(svgs);
+  if (!sprite) {
+    std::cerr << "write_icons: an icon of " << argv[1] << " is not an SVG document\n";
+    return 1;
+  }
+  sheet += vellmar::toolbars::iconRules(names, *sprite);
   std::ofstream out(argv[3], std::ios::binary);
   out << sheet;
   return out ? 0 : 1;

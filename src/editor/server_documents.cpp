@@ -237,6 +237,26 @@ void ServerDocuments::loadContent() {
   if (!started) loadFailed(kBadPortReason);
 }
 
+std::optional<PlannedRequest> ServerDocuments::plannedContentRequest() {
+  std::optional<PlannedRequest> planned;
+  guarded("plannedContentRequest", [&] {
+    using State = http::ctlHttpRequest::RequestState;
+    if (content_.state() == State::connecting || content_.state() == State::receiving) return;
+    if (properties_.domain().empty() || properties_.pathToContent().empty()) return;
+    const std::optional<int> port = http::convertPort(properties_.port());
+    if (!port) return;
+    // The variables as loadContent() adds them; it resets the instance again before it sends.
+    http::addCommonVariables(content_, properties_);
+    planned = PlannedRequest{
+        properties_.domain(), *port,
+        content_.composeRequest(0, properties_.domain(),
+                                http::exchangePath(properties_.documentRoot(),
+                                                   properties_.pathToContent()),
+                                *port)};
+  });
+  return planned;
+}
+
 void ServerDocuments::loadStylesheet() {
   guarded("loadStylesheet", [&] {
     http::addCommonVariables(css_, properties_);

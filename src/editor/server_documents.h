@@ -113,6 +113,13 @@ struct ServerDocumentHooks {
   std::function<void(bool loading)> documentLoading;
 };
 
+// A request as it would go out: the server's host and port and the composed request.
+struct PlannedRequest {
+  std::string host;
+  int port = 0;
+  http::OutgoingRequest request;
+};
+
 // ctlHttpContent, ctlHttpCSS, ctlHttpSaveToServer and ctlHttpKeepAlive of one control.
 class ServerDocuments {
  public:
@@ -122,6 +129,11 @@ class ServerDocuments {
                   PropertySet& properties);
 
   void loadContent();
+  // The document request loadContent() would send now, for a platform that starts it ahead of
+  // the first show (while the interface is still being built) and hands its answer to the
+  // exchange that sends the same request. Nothing when no request would go out (no domain, port
+  // or pathToContent, a port that is not a number) or while the document request is under way.
+  std::optional<PlannedRequest> plannedContentRequest();
   void loadStylesheet();
   // A save started while another is under way resets the save client, which abandons the
   // running exchange: the newer document is the one that counts.

@@ -5,7 +5,9 @@
 #include <emscripten/eventloop.h>
 #include <emscripten/val.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -65,6 +67,75 @@ void setPageCookies(const std::vector<http::NameValue>& cookies) {
   for (const auto& c : cookies) vellmar_set_page_cookie((c.name + "=" + c.value + "; path=/").c_str());
 }
 
+// The fetch() options of a composed request, but for its abort signal.
+val requestInit(const http::OutgoingRequest& request) {
+  val init = val::object();
+  init.set("method", request.method);
+  init.set("credentials", std::string("include"));
+  init.set("cache", std::string("no-store"));
+  // A redirect ends the exchange as an HTTP error, as it does natively: followed, it could put
+  // another page -- a login form -- in place of the document.
+  init.set("redirect", std::string("manual"));
+  if (!request.contentType.empty()) {
+    val headers = val::object();
+    headers.set("Content-Type", request.contentType);
+    init.set("headers", headers);
+  }
+  const std::string_view body = request.body();
+  if (request.method != "GET") {
+    // Copied out of the module's memory, which may move while the request is under way.
+    val bytes = val::global("Uint8Array")
+                    .new_(emscripten::typed_memory_view(
+                        body.size(), reinterpret_cast<const unsigned char*>(body.data())));
+    init.set("body", bytes);
+  }
+  return init;
+}
+
+// What makes two requests the same one: everything fetch() sends that the page chooses.
+std::string requestKey(const std::string& url, const http::OutgoingRequest& request) {
+  std::string key = request.method + '\n' + url + '\n' + request.contentType + '\n';
+  for (const auto& c : request.cookies) key += c.name + '=' + c.value + ';';
+  key += '\n';
+  key += request.body();
+  return key;
+}
+
+// Requests started ahead of their exchange (startEarlyRequest), oldest first.
+struct EarlyRequest {
+  std::string key;
+  val answer = val::undefined();  // the fetch() promise
+  val abort = val::undefined();   // its AbortController
+  double startedMs = 0;
+};
+
+std::vector<EarlyRequest>& earlyRequests() {
+  static std::vector<EarlyRequest> requests;
+  return requests;
+}
+
+void forgetStaleEarlyRequests() {
+  auto& requests = earlyRequests();
+  const double now = emscripten_get_now();
+  std::erase_if(requests, [now](const EarlyRequest& early) {
+    if (now - early.startedMs <= kEarlyRequestLifetimeMs) return false;
+    early.abort.call<void>("abort");
+    return true;
+  });
+}
+
+// The early request that is the same as `key`, taken out of the list.
+std::optional<EarlyRequest> takeEarlyRequest(const std::string& key) {
+  forgetStaleEarlyRequests();
+  auto& requests = earlyRequests();
+  const auto it = std::find_if(requests.begin(), requests.end(),
+                               [&](const EarlyRequest& early) { return early.key == key; });
+  if (it == requests.end()) return std::nullopt;
+  EarlyRequest early = std::move(*it);
+  requests.erase(it);
+  return early;
+}
+
 class FetchTransport final : public http::Transport {
  public:
   explicit FetchTransport(http::TransportListener& listener) : listener_(listener) {}
@@ -86,38 +157,25 @@ class FetchTransport final : public http::Transport {
   void send(const http::OutgoingRequest& request) override {
     if (state_ != http::SocketState::connected) return;
     setPageCookies(request.cookies);
-    val init = val::object();
-    init.set("method", request.method);
-    init.set("credentials", std::string("include"));
-    init.set("cache", std::string("no-store"));
-    // A redirect ends the exchange as an HTTP error, as it does natively: followed, it could put
-    // another page -- a login form -- in place of the document.
-    init.set("redirect", std::string("manual"));
-    if (!request.contentType.empty()) {
-      val headers = val::object();
-      headers.set("Content-Type", request.contentType);
-      init.set("headers", headers);
-    }
-    const std::string_view body = request.body();
-    if (request.method != "GET") {
-      // Copied out of the module's memory, which may move while the request is under way.
-      val bytes = val::global("Uint8Array")
-                      .new_(emscripten::typed_memory_view(
-                          body.size(), reinterpret_cast<const unsigned char*>(body.data())));
-      init.set("body", bytes);
-    }
+    val init = requestInit(request);
     const std::string url = originOf(host_, port_) + request.target;
     const val id(id_);
     if (request.contentType.rfind("multipart/form-data", 0) == 0) {
       sendUpload(url, request, init["body"]);
       return;
     }
-    abort_ = val::global("AbortController").new_();
-    init.set("signal", abort_["signal"]);
-
+    val answer = val::undefined();
+    if (std::optional<EarlyRequest> early = takeEarlyRequest(requestKey(url, request))) {
+      abort_ = early->abort;
+      answer = early->answer;
+    } else {
+      abort_ = val::global("AbortController").new_();
+      init.set("signal", abort_["signal"]);
+      answer = val::global("fetch")(url, init);
+    }
     val onResponse = val::module_property("vellmarFetchResponse").call<val>("bind", val::null(), id);
     val onFailure = val::module_property("vellmarFetchFailed").call<val>("bind", val::null(), id);
-    val::global("fetch")(url, init).call<void>("then", onResponse, onFailure);
+    answer.call<void>("then", onResponse, onFailure);
   }
 
   void close() override {
@@ -275,6 +333,8 @@ void uploadProgress(int id, val event) {
   if (FetchTransport* t = lookup(id)) t->progress(event);
 }
 
+void ignoreFailure(val) {}
+
 void uploaded(int id, val xhr, val) {
   if (FetchTransport* t = lookup(id)) t->uploaded(xhr);
 }
@@ -306,6 +366,23 @@ class PageTimer final : public http::Timer {
 
 }  // namespace
 
+void startEarlyRequest(const std::string& host, int port, const http::OutgoingRequest& request) {
+  if (request.contentType.rfind("multipart/form-data", 0) == 0) return;  // uploads report progress
+  forgetStaleEarlyRequests();
+  setPageCookies(request.cookies);
+  const std::string url = originOf(host, port) + request.target;
+  EarlyRequest early;
+  early.key = requestKey(url, request);
+  early.abort = val::global("AbortController").new_();
+  val init = requestInit(request);
+  init.set("signal", early.abort["signal"]);
+  early.answer = val::global("fetch")(url, init);
+  // A failure nobody has taken yet is not an unhandled one: the exchange that takes it reports it.
+  early.answer.call<val>("catch", val::module_property("vellmarIgnoreFailure"));
+  early.startedMs = emscripten_get_now();
+  earlyRequests().push_back(std::move(early));
+}
+
 PageEventLoop& PageEventLoop::shared() {
   static PageEventLoop loop;
   return loop;
@@ -329,4 +406,5 @@ EMSCRIPTEN_BINDINGS(vellmar_fetch) {
   emscripten::function("vellmarFetchBodyFailed", &vellmar::browser::fetchBodyFailed);
   emscripten::function("vellmarUploadProgress", &vellmar::browser::uploadProgress);
   emscripten::function("vellmarUploaded", &vellmar::browser::uploaded);
+  emscripten::function("vellmarIgnoreFailure", &vellmar::browser::ignoreFailure);
 }

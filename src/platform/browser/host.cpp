@@ -128,6 +128,11 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
   control_->initialize();
   editor::MemoryPropertyBag params(readParams(element_));
   control_->readProperties(params);
+  // The document is fetched while the interface is built and laid out; the first show's load
+  // takes the answer (the same request, sent by then) with every event of its own.
+  if (auto planned = documents_->plannedContentRequest()) {
+    startEarlyRequest(planned->host, planned->port, planned->request);
+  }
 }
 
 void ElementHost::wireDocuments(editor::ControlHooks& hooks) {

@@ -216,6 +216,48 @@ TEST_F(Exchanges, DocumentPathIsDocumentRootAndPathJoined) {
   EXPECT_FALSE(state.requestInProgress);
 }
 
+TEST_F(Exchanges, PlannedDocumentRequestIsTheOneTheLoadSends) {
+  props.let("CookieName1", std::string("session"));
+  props.let("CookieValue1", std::string("a b"));
+  props.let("UrlName1", std::string("lang"));
+  props.let("UrlValue1", std::string("de"));
+  props.let("ContentID", std::string("7"));
+  const auto planned = docs->plannedContentRequest();
+  ASSERT_TRUE(planned);
+  EXPECT_EQ(planned->host, "h");
+  EXPECT_EQ(planned->port, 80);
+  EXPECT_TRUE(stored.empty());
+  EXPECT_TRUE(statuses.empty()) << "planning reports nothing";
+  docs->loadContent();
+  content().answer(200, "<p>x</p>");
+  ASSERT_EQ(content().sent.size(), 1u);
+  const http::OutgoingRequest& sent = content().sent[0];
+  EXPECT_EQ(planned->request.text, sent.text);
+  EXPECT_EQ(planned->request.target, sent.target);
+  EXPECT_EQ(planned->request.method, sent.method);
+  ASSERT_EQ(planned->request.cookies.size(), sent.cookies.size());
+  EXPECT_EQ(planned->request.cookies[0].value, sent.cookies[0].value);
+  EXPECT_NE(sent.target.find("vmContentID=7"), std::string::npos) << sent.target;
+}
+
+TEST_F(Exchanges, NoPlannedDocumentRequestWhereNoneWouldGoOut) {
+  props.let("port", std::string("http"));
+  EXPECT_FALSE(docs->plannedContentRequest());
+  props.let("port", std::string("8080"));
+  props.let("pathToContent", std::string(""));
+  EXPECT_FALSE(docs->plannedContentRequest());
+  props.let("pathToContent", std::string("/doc"));
+  props.let("domain", std::string(""));
+  EXPECT_FALSE(docs->plannedContentRequest());
+  props.let("domain", std::string("h"));
+  EXPECT_TRUE(docs->plannedContentRequest());
+  // While the document is on its way, a plan would reset the request under way.
+  docs->loadContent();
+  EXPECT_FALSE(docs->plannedContentRequest());
+  content().answer(200, "<p>x</p>");
+  EXPECT_EQ(stored, (Names{"<p>x</p>"}));
+}
+
 TEST_F(Exchanges, FailedDocumentRequestLoadsNothing) {
   docs->loadContent();
   content().fail();

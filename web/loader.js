@@ -8,6 +8,16 @@
   const script = document.currentScript;
   const baseUrl = script ? script.src.replace(/[^/]*$/, '') : '/vellmar/';
 
+  // The style sheet comes while the module compiles: every editor's shadow root links it, and
+  // none is shown before it applies.
+  if (document.head) {
+    const preload = document.createElement('link');
+    preload.rel = 'preload';
+    preload.as = 'style';
+    preload.href = baseUrl + 'vellmar.css';
+    document.head.appendChild(preload);
+  }
+
   const instances = new WeakMap(); // element -> editor instance
   let module = null;
 

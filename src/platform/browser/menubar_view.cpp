@@ -167,6 +167,7 @@ void MenuBarView::renderButtons() {
     listen(button, "keydown", kButtonKey, index);
     bar_.call<void>("appendChild", button);
     buttons_.push_back(button);
+    shownButtons_.emplace_back();
   }
 
   const auto shown = shownButtons();
@@ -175,13 +176,29 @@ void MenuBarView::renderButtons() {
   }
   for (MenuId b = 0; b < model_.menuButtonCount(); ++b) {
     const auto* view = model_.button(b);
-    val el = buttons_[static_cast<std::size_t>(b)];
-    if (el["textContent"].as<std::string>() != view->caption()) el.set("textContent", view->caption());
-    el.set("hidden", !model_.menuButtonVisible(b));
-    setAttr(el, "data-button-state", menubar::toText(view->buttonState()));
-    setAttr(el, "data-menu-state", menubar::toText(view->menuState()));
-    setAttr(el, "aria-expanded", view->menuState() == menubar::MenuState::open ? "true" : "false");
-    setAttr(el, "tabindex", b == tabStop_ ? "0" : "-1");
+    val& el = buttons_[static_cast<std::size_t>(b)];
+    ShownButton& shown = shownButtons_[static_cast<std::size_t>(b)];
+    if (shown.caption != view->caption()) {
+      shown.caption = view->caption();
+      el.set("textContent", shown.caption);
+    }
+    if (const bool hidden = !model_.menuButtonVisible(b); shown.hidden != hidden) {
+      shown.hidden = hidden;
+      el.set("hidden", hidden);
+    }
+    if (const std::string state(menubar::toText(view->buttonState())); shown.buttonState != state) {
+      shown.buttonState = state;
+      setAttr(el, "data-button-state", state);
+    }
+    if (const std::string state(menubar::toText(view->menuState())); shown.menuState != state) {
+      shown.menuState = state;
+      setAttr(el, "data-menu-state", state);
+      setAttr(el, "aria-expanded", view->menuState() == menubar::MenuState::open ? "true" : "false");
+    }
+    if (shown.tabStop != (b == tabStop_)) {
+      shown.tabStop = b == tabStop_;
+      setAttr(el, "tabindex", shown.tabStop ? "0" : "-1");
+    }
   }
 }
 

@@ -87,6 +87,17 @@ class MenuBarView final : public menubar::MenuBarObserver {
   emscripten::val document_;
   emscripten::val window_;
   std::vector<emscripten::val> buttons_;
+  // What each button element shows, as last written: the switches change the bar's buttons
+  // one by one while the editor is first shown, and rewriting every attribute each time cost
+  // the first paint several milliseconds.
+  struct ShownButton {
+    std::string caption;
+    bool hidden = false;
+    std::string buttonState;
+    std::string menuState;
+    bool tabStop = false;
+  };
+  std::vector<ShownButton> shownButtons_;
   menubar::MenuId tabStop_ = 0;
   menubar::Popup popup_;
   std::vector<Level> levels_;

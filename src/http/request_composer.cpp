@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <vector>
 
 #include "common/diagnostics.h"
 #include "common/version.h"
@@ -234,9 +235,10 @@ std::string readFileAsText(const std::string& path) {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> in(std::fopen(path.c_str(), "rb"), &std::fclose);
   if (!in) throw ProcedureError(53, "File not found: " + path);
   std::string contents;
-  char buffer[65536];
+  // On the heap: the page's module has a small stack.
+  std::vector<char> buffer(std::size_t{1} << 16);
   std::size_t n = 0;
-  while ((n = std::fread(buffer, 1, sizeof buffer, in.get())) > 0) contents.append(buffer, n);
+  while ((n = std::fread(buffer.data(), 1, buffer.size(), in.get())) > 0) contents.append(buffer.data(), n);
   if (std::ferror(in.get())) throw ProcedureError(57, "Device I/O error: " + path);
   return contents;
 }

@@ -213,6 +213,13 @@ std::string decodeAnswer(std::string_view bytes, std::string_view contentType) {
   return sanitizeUtf8(bytes);
 }
 
+std::string decodeOwnedAnswer(std::string bytes, std::string_view contentType) {
+  if (!isTextAnswer(contentType)) return bytes;
+  const bool utf8 = charsetNamed(charsetOf(contentType)) == Charset::utf8;
+  if (utf8 && bytes.compare(0, 3, "\xEF\xBB\xBF") != 0 && isValidUtf8(bytes)) return bytes;
+  return decodeAnswer(bytes, contentType);
+}
+
 std::string sanitizeUtf8(std::string_view bytes) {
   // Nearly every answer is valid already; checking first saves building a copy byte by byte.
   if (decodeUtf8(bytes, nullptr)) return std::string(bytes);

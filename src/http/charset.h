@@ -23,6 +23,9 @@ bool isTextAnswer(std::string_view contentType);
 // and bytes that are not valid in the charset become U+FFFD, as a browser decodes them. Data
 // answers come back unchanged.
 std::string decodeAnswer(std::string_view bytes, std::string_view contentType);
+// The same for bytes the caller gives up: an answer that needs no change (nearly every one) is
+// handed on as it is, without a copy of a document that may run to megabytes.
+std::string decodeOwnedAnswer(std::string bytes, std::string_view contentType);
 
 // `bytes` as valid UTF-8: every byte that does not begin a well-formed sequence becomes U+FFFD.
 std::string sanitizeUtf8(std::string_view bytes);

@@ -135,7 +135,7 @@ void ctlHttpRequest::transportClosed() {
   if (!requestFailed_) raise(events.complete, decodeAnswer(parsed.body, parsed.contentType));
 }
 
-void ctlHttpRequest::transportAnswer(const ParsedAnswer& answer) {
+void ctlHttpRequest::transportAnswer(ParsedAnswer answer) {
   timer_->setEnabled(false);
   transport_->close();
   state_ = RequestState::finished;
@@ -159,7 +159,7 @@ void ctlHttpRequest::transportAnswer(const ParsedAnswer& answer) {
                       answer.body, answer.contentType);
       return;
     }
-    if (!requestFailed_) raise(events.complete, decodeAnswer(answer.body, answer.contentType));
+    if (!requestFailed_) raise(events.complete, decodeOwnedAnswer(std::move(answer.body), answer.contentType));
     return;
   }
   const std::string code = std::to_string(answer.status);

@@ -88,7 +88,7 @@ class ctlHttpRequest final : private TransportListener {
   void transportConnected() override;
   void transportData(std::string_view bytes) override;
   void transportClosed() override;
-  void transportAnswer(const ParsedAnswer& answer) override;
+  void transportAnswer(ParsedAnswer answer) override;
   void transportError(int number, const std::string& description) override;
   void transportProgress(std::uint64_t sent, std::uint64_t total) override {
     if (events.uploadProgress) events.uploadProgress(sent, total);

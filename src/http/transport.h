@@ -67,8 +67,9 @@ class TransportListener {
   virtual void transportData(std::string_view bytes) = 0;
   // The peer closed the connection: every byte of the answer has been delivered.
   virtual void transportClosed() = 0;
-  // The whole exchange answered in parsed form (instead of data and closed).
-  virtual void transportAnswer(const ParsedAnswer& answer) = 0;
+  // The whole exchange answered in parsed form (instead of data and closed). The listener takes
+  // the answer over, so that no copy of its body stays behind while the listener works on it.
+  virtual void transportAnswer(ParsedAnswer answer) = 0;
   virtual void transportError(int number, const std::string& description) = 0;
   // How much of the request's body has gone out, where the platform can tell.
   virtual void transportProgress(std::uint64_t sent, std::uint64_t total) {

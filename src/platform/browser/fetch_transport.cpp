@@ -203,7 +203,7 @@ class FetchTransport final : public http::Transport {
     if (response["type"].as<std::string>() == "opaqueredirect") {
       answer_.redirected = true;
       finish();
-      listener_.transportAnswer(answer_);
+      listener_.transportAnswer(std::move(answer_));
       return;
     }
     answer_.status = response["status"].as<int>();
@@ -218,9 +218,13 @@ class FetchTransport final : public http::Transport {
   }
 
   void body(const val& buffer) {
-    answer_.body = val::global("Uint8Array").new_(buffer).as<std::string>();
+    // Copied once, straight into the string that keeps it.
+    const val bytes = val::global("Uint8Array").new_(buffer);
+    answer_.body.resize(bytes["length"].as<std::size_t>());
+    val(emscripten::typed_memory_view(answer_.body.size(), reinterpret_cast<unsigned char*>(answer_.body.data())))
+        .call<void>("set", bytes);
     finish();
-    listener_.transportAnswer(answer_);
+    listener_.transportAnswer(std::move(answer_));
   }
 
   // The headers came but the body did not arrive whole: fewer bytes than its Content-Length, a
@@ -228,7 +232,7 @@ class FetchTransport final : public http::Transport {
   void bodyFailed() {
     answer_.cutShort = true;
     finish();
-    listener_.transportAnswer(answer_);
+    listener_.transportAnswer(std::move(answer_));
   }
 
   void progress(const val& event) {
@@ -256,7 +260,7 @@ class FetchTransport final : public http::Transport {
       if (!body.isNull()) answer_.body = val::global("Uint8Array").new_(body).as<std::string>();
     }
     finish();
-    listener_.transportAnswer(answer_);
+    listener_.transportAnswer(std::move(answer_));
   }
 
   void failed(const val& error) {

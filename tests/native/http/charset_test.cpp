@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "http/charset.h"
 
@@ -44,6 +45,25 @@ TEST(Charset, Utf8IsTheDefaultAndItsFaultsBecomeReplacementCharacters) {
   EXPECT_EQ(decodeAnswer("end\xF0\x9F\x98", ""), "end" + kReplacement);
   EXPECT_FALSE(isValidUtf8("caf\xE9"));
   EXPECT_TRUE(isValidUtf8(sample));
+}
+
+TEST(Charset, AnOwnedAnswerDecodesAlikeAndNeedsNoCopyWhenItIsUtf8Already) {
+  const std::string sample = "5 \u20AC \u4E2D\u6587 \U0001F600";
+  const std::string latin("caf\xE9", 4);
+  const std::string gif("GIF89a\x80\xFF\x00\xC3", 10);
+  const std::pair<std::string, const char*> cases[] = {
+      {sample, ""}, {sample, "text/html; charset=utf-8"}, {"\xEF\xBB\xBFhi", "text/plain"},
+      {"caf\xE9!", "text/html"}, {latin, "text/html; charset=windows-1252"},
+      {std::string("\xFF\xFE" "a\x00", 4), "text/plain; charset=utf-16"}, {gif, "image/gif"}};
+  for (const auto& [bytes, type] : cases)
+    EXPECT_EQ(decodeOwnedAnswer(bytes, type), decodeAnswer(bytes, type)) << type;
+
+  // A document's worth of valid UTF-8 keeps its buffer.
+  std::string page(1 << 16, 'x');
+  const char* buffer = page.data();
+  const std::string decoded = decodeOwnedAnswer(std::move(page), "text/html; charset=utf-8");
+  EXPECT_EQ(decoded.data(), buffer);
+  EXPECT_EQ(decoded.size(), std::size_t{1} << 16);
 }
 
 TEST(Charset, Windows1252AndTheLabelsReadAsItBecomeUtf8) {

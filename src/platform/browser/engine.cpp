@@ -268,9 +268,19 @@ void Engine::settleCaret() {
   if (!sameSelection(selectionSnapshot(), caretAskedAt_)) return;
   const val body = document_["body"];
   if (body.isNull()) return;
-  dom::TextRange range = dom::Element(body).createTextRange();
-  range.collapse(true);
-  range.select();
+  // At the first character, as a text range collapsed to its start is: a caret between the body
+  // and its first block would be outside every block, and the first key would start a paragraph
+  // there in place of the block's own format.
+  val range = document_.call<val>("createRange");
+  range.call<void>("setStart", body, 0);
+  const val walker = document_.call<val>("createTreeWalker", body, 4 /* SHOW_TEXT */);
+  for (val node = walker.call<val>("nextNode"); !node.isNull(); node = walker.call<val>("nextNode")) {
+    if (node["data"].call<val>("trim")["length"].as<int>() == 0) continue;
+    range.call<void>("setStart", node, 0);
+    break;
+  }
+  range.call<void>("collapse", true);
+  dom::TextRange(document_, range).select();
 }
 
 void Engine::beginChange() { history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot()); }

@@ -33,6 +33,9 @@ web:
 	@# What a page downloads before the editor shows, as served and as gzip sends it.
 	@for f in $(WEB)/dist/vellmar.js $(WEB)/dist/vellmar.wasm $(WEB)/dist/vellmar.css; do \
 	  printf '%-32s %8d bytes, gzip %7d\n' "$$f" "$$(wc -c <$$f)" "$$(gzip -9c $$f | wc -c)"; done
+	@# Loaded once the editor is shown.
+	@f=$(WEB)/dist/vellmar.later.wasm; \
+	  printf '%-32s %8d bytes, gzip %7d (after)\n' "$$f" "$$(wc -c <$$f)" "$$(gzip -9c $$f | wc -c)"
 
 test: build
 	@$(MAKE) --no-print-directory test-native test-browser

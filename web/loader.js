@@ -21,11 +21,79 @@
   const instances = new WeakMap(); // element -> editor instance
   let module = null;
 
-  const ready = createVellmarModule({
-    vellmarBaseUrl: baseUrl,
-    // The parts loaded on first use (the spelling checker) are ES modules beside this file.
-    vellmarImport: (url) => import(url),
-    locateFile: (path) => baseUrl + path,
+  // The WebAssembly comes in two files: vellmar.wasm holds what start-up and typing run, and is
+  // compiled while it downloads; vellmar.later.wasm holds the rest (dialogs, panels, spell check,
+  // local files). The first file calls into the second through numbered placeholders, each
+  // standing for one slot of the function table. The second is fetched once an editor is shown
+  // and then fills those slots; a placeholder called before that loads it on the spot.
+  const later = {
+    url: baseUrl + 'vellmar.later.wasm',
+    exports: null, // of vellmar.wasm
+    linked: false,
+    fetching: null,
+    link(compiled) {
+      if (this.linked) return;
+      new WebAssembly.Instance(compiled, { primary: this.exports });
+      this.linked = true;
+    },
+    fetch() {
+      if (!this.fetching && !this.linked && this.exports) {
+        this.fetching = WebAssembly.compileStreaming(fetch(this.url, { credentials: 'same-origin' }))
+          .then((compiled) => this.link(compiled))
+          .catch(() => { this.fetching = null; }); // tried again when needed
+      }
+    },
+    loadNow() {
+      const request = new XMLHttpRequest();
+      request.open('GET', this.url, false);
+      request.overrideMimeType('text/plain; charset=x-user-defined'); // bytes, one per character
+      request.send();
+      if (request.status !== 200) {
+        throw new Error(`The editor could not load ${this.url}: HTTP status ${request.status}`);
+      }
+      const text = request.responseText;
+      const bytes = new Uint8Array(text.length);
+      for (let i = 0; i < text.length; i++) bytes[i] = text.charCodeAt(i) & 0xff;
+      this.link(new WebAssembly.Module(bytes));
+    },
+    call(slot, args) {
+      if (!this.linked) this.loadNow();
+      const table = Object.values(this.exports).find((e) => e instanceof WebAssembly.Table);
+      return table.get(slot)(...args);
+    },
+  };
+
+  function instantiateWasm(imports, receive) {
+    imports.placeholder = new Proxy({}, {
+      get: (_, slot) => (...args) => later.call(Number(slot), args),
+    });
+    const url = baseUrl + 'vellmar.wasm';
+    const linked = (result) => {
+      later.exports = result.instance.exports;
+      receive(result.instance, result.module);
+    };
+    // A server that does not send application/wasm gets the bytes compiled after they arrive.
+    WebAssembly.instantiateStreaming(fetch(url, { credentials: 'same-origin' }), imports)
+      .catch(() => fetch(url, { credentials: 'same-origin' })
+        .then((response) => {
+          if (!response.ok) throw new Error(`The editor could not load ${url}: HTTP status ${response.status}`);
+          return response.arrayBuffer();
+        })
+        .then((bytes) => WebAssembly.instantiate(bytes, imports)))
+      .then(linked, (error) => failed(error));
+    return {};
+  }
+
+  let failed = () => {};
+  const ready = new Promise((resolve, reject) => {
+    failed = reject;
+    createVellmarModule({
+      vellmarBaseUrl: baseUrl,
+      // The parts loaded on first use (the spelling checker) are ES modules beside this file.
+      vellmarImport: (url) => import(url),
+      locateFile: (path) => baseUrl + path,
+      instantiateWasm,
+    }).then(resolve, reject);
   }).then((m) => {
     module = m;
     performance.mark('vellmar-module-ready');
@@ -115,6 +183,8 @@
       inst.resize(...size(element));
       inst.show();
       if (!performance.getEntriesByName('vellmar-shown').length) performance.mark('vellmar-shown');
+      // The rest of the module once the page has a quiet moment.
+      requestIdleCallback(() => later.fetch(), { timeout: 1000 });
     }));
   }
 

@@ -60,18 +60,21 @@ void EditorViews::loadDocument(const std::string& content) {
     const dom::Document doc = engine_->DOM();
     doc.scroll(0, 0);
     suppress_ = true;
-    const std::string document = engine_->DocumentHTML();
-    source_.set("value", html::cleanHTML(document).value_or(document));
+    if (state_.currentView == View::Html) {
+      const std::string document = engine_->DocumentHTML();
+      source_.set("value", html::cleanHTML(document).value_or(document));
+    } else {
+      // Hidden, the box is written afresh by the switch to the HTML view; a copy of the old
+      // document kept in it would only hold memory (and serializing a long one takes a while).
+      source_.set("value", std::string());
+    }
     suppress_ = false;
     caretToStart();
   });
 }
 
 void EditorViews::caretToStart() {
-  if (!engine_) return;
-  dom::TextRange range = engine_->DOM().body().createTextRange();
-  range.collapse(true);
-  range.select();
+  if (engine_) engine_->caretToStart();
 }
 
 std::optional<std::string> EditorViews::getBodyHTML() const {

@@ -32,7 +32,7 @@ class EditorViews {
   // Puts the document into the engine, scrolls to the top, refreshes the source box and puts the
   // caret at the start. Before the engine exists the document waits for it.
   void loadDocument(const std::string& content);
-  // A collapsed selection at the start of the body.
+  // A collapsed selection at the start of the body, once the document has been painted.
   void caretToStart();
   // The body cleaned up; nothing when the clean-up failed (never a part of the document).
   std::optional<std::string> getBodyHTML() const;

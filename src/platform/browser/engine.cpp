@@ -133,9 +133,17 @@ void Engine::setInputLocked(bool locked) {
 
 void Engine::applyEditable() {
   document_.set("designMode", std::string(inputLocked_ ? "off" : "on"));
-  if (inputLocked_) return;
-  // The old engine's markup: <b>, <i>, <u>, <font ...>, and paragraphs on Enter. A document
-  // outside design mode ignores these, so they are given each time it enters it.
+  if (!inputLocked_) applyEditingSettings();
+}
+
+void Engine::applyEditingSettings() {
+  // The old engine's markup: <b>, <i>, <u>, <font ...>, and paragraphs on Enter. The browser keeps
+  // these per window and takes them only while the document is in design mode. Each command lays
+  // the whole document out first, so they are given once per window, the first time it enters
+  // design mode (the engine's first, empty document), not each time a loaded document does.
+  const val window = frame_["contentWindow"];
+  if (window.strictlyEquals(settingsWindow_)) return;
+  settingsWindow_ = window;
   document_.call<bool>("execCommand", std::string("styleWithCSS"), false, false);
   document_.call<bool>("execCommand", std::string("defaultParagraphSeparator"), false, std::string("p"));
 }
@@ -184,15 +192,17 @@ void Engine::loadDocument(const std::string& html) {
   busy_ = true;
   hideMenu();
   closeFind();
-  // The markup is parsed apart from the frame and moved in as nodes: the frame's document object
-  // stays the same (with the engine's listeners on it), and nothing in the markup can act while
-  // it is parsed. A refresh pragma would act on insertion, so it is dropped first.
+  caretPending_ = false;
+  // The markup is parsed apart from the frame and its nodes are moved in (adopted, not copied):
+  // the frame's document object stays the same (with the engine's listeners on it), and nothing
+  // in the markup can act while it is parsed. A refresh pragma would act on insertion, so it is
+  // dropped first.
   val parsed = val::global("DOMParser").new_().call<val>("parseFromString", html, std::string("text/html"));
   const val refreshes =
       parsed.call<val>("querySelectorAll", std::string("meta[http-equiv=\"refresh\" i]"));
   for (int i = refreshes["length"].as<int>() - 1; i >= 0; --i) refreshes[i].call<void>("remove");
-  val imported = document_.call<val>("importNode", parsed["documentElement"], true);
-  document_.call<val>("replaceChild", imported, document_["documentElement"]);
+  val adopted = document_.call<val>("adoptNode", parsed["documentElement"]);
+  document_.call<val>("replaceChild", adopted, document_["documentElement"]);
   attachDocument();
   busy_ = false;
   val::global("setTimeout")(once(kDocumentComplete), 0);
@@ -244,6 +254,34 @@ void Engine::setVisualAids(bool on) {
 }
 
 void Engine::focus() { frame_["contentWindow"].call<void>("focus"); }
+
+void Engine::caretToStart() {
+  caretPending_ = true;
+  caretAskedAt_ = selectionSnapshot();
+  // A frame's animation callbacks run before it is laid out; the task after them, after it.
+  val::global("requestAnimationFrame")(once(kCaretFrame));
+}
+
+void Engine::settleCaret() {
+  if (!caretPending_) return;
+  caretPending_ = false;
+  if (!sameSelection(selectionSnapshot(), caretAskedAt_)) return;
+  const val body = document_["body"];
+  if (body.isNull()) return;
+  // At the first character, as a text range collapsed to its start is: a caret between the body
+  // and its first block would be outside every block, and the first key would start a paragraph
+  // there in place of the block's own format.
+  val range = document_.call<val>("createRange");
+  range.call<void>("setStart", body, 0);
+  const val walker = document_.call<val>("createTreeWalker", body, 4 /* SHOW_TEXT */);
+  for (val node = walker.call<val>("nextNode"); !node.isNull(); node = walker.call<val>("nextNode")) {
+    if (node["data"].call<val>("trim")["length"].as<int>() == 0) continue;
+    range.call<void>("setStart", node, 0);
+    break;
+  }
+  range.call<void>("collapse", true);
+  dom::TextRange(document_, range).select();
+}
 
 void Engine::beginChange() { history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot()); }
 
@@ -414,6 +452,12 @@ void Engine::handleEvent(int kind, const val& event) {
     case kFindKey:
       onFindKey(event);
       break;
+    case kCaretFrame:
+      if (caretPending_) val::global("setTimeout")(once(kCaretAfterPaint), 0);
+      break;
+    case kCaretAfterPaint:
+      settleCaret();
+      break;
     case kDocumentComplete:
       raise("DocumentComplete");
       noteChange(true);
@@ -437,6 +481,7 @@ void Engine::handleEvent(int kind, const val& event) {
 
 void Engine::onKeyDown(const val& event) {
   hideMenu();
+  settleCaret();
   const std::string key = event["key"].isString() ? event["key"].as<std::string>() : std::string();
   if (events_.ShortcutKey && !event["isComposing"].as<bool>()) {
     const editing::KeyChord chord{key, event["ctrlKey"].as<bool>() || event["metaKey"].as<bool>(),
@@ -540,6 +585,8 @@ void Engine::startParagraphAtCaret() {
 
 void Engine::onMouseDown(const val& event) {
   hideMenu();
+  // The press places the caret itself.
+  caretPending_ = false;
   history_->checkpoint(UndoHistory::Kind::Other, selectionSnapshot());
   const val target = event["target"];
   const std::string tag = tagOf(target);

@@ -124,6 +124,14 @@ class Engine {
   void beginChange();
 
   void focus();
+  // Puts the caret (a collapsed selection) at the start of the body once the document has been
+  // painted: setting a selection lays the whole document out at once, which for a long document
+  // takes longer than everything else its loading does, while the first frame lays it out anyway.
+  // A selection made in the meantime (a click, a script) stays; a key press or a command that
+  // changes the document places the caret first.
+  void caretToStart();
+  // Places a caret that caretToStart left waiting, now.
+  void settleCaret();
   // The engine's box inside the container, for the control to place, show and hide.
   const val& box() const { return box_; }
   const val& frame() const { return frame_; }
@@ -144,6 +152,7 @@ class Engine {
     kKeyDown, kBeforeInput, kInput, kMouseDown, kClick, kDblClick, kContextMenu, kSelectionChange,
     kScroll, kMutations, kMicrotask, kFrame, kHandleDown, kHandleMove, kHandleUp, kMenuClick,
     kMenuKey, kOverlayDown, kFindClick, kFindKey, kDocumentComplete, kPasteDone, kIgnore, kDrop, kPaste,
+    kCaretFrame, kCaretAfterPaint,
   };
 
  private:
@@ -172,6 +181,8 @@ class Engine {
   // A new document starts a fresh undo history; a moved one keeps it.
   void attachDocument(bool keepHistory = false);
   void applyEditable();
+  // The browser's editing settings for the markup the old engine wrote; see applyEditable.
+  void applyEditingSettings();
   void listenToDocument();
   // The engine's listeners: for good (removed when the engine goes), or for one call.
   int listen(const val& target, const char* type, int kind, bool capture = false);
@@ -270,6 +281,14 @@ class Engine {
   bool busy_ = false;
   bool visualAids_ = false;
   bool inputLocked_ = false;
+  // The window whose editor has been given the editing settings (a frame put back into the page
+  // is a new window with the browser's defaults).
+  val settingsWindow_ = val::null();
+
+  // A caret at the start waiting for the first paint (caretToStart), and the selection it was
+  // asked for over: any other selection by then means someone placed the caret.
+  bool caretPending_ = false;
+  val caretAskedAt_ = val::null();
 
   // DisplayChanged coalescing: the first change of a frame is reported at the end of the task
   // that made it; later changes in the same frame wait for the next frame.

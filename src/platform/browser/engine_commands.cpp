@@ -344,6 +344,11 @@ std::int32_t Engine::status(Decmd id) {
 
 std::string Engine::ExecCommand(std::int32_t command, std::int32_t /*option*/, const CommandValue& value) {
   const auto id = editing::decmdFromNumber(command);
+  const bool reading = id && (*id == Decmd::GetBlockFmt || *id == Decmd::GetBlockFmtNames ||
+                              *id == Decmd::GetFontName || *id == Decmd::GetFontSize ||
+                              *id == Decmd::GetForeColor || *id == Decmd::GetBackColor);
+  // A command acts where the caret is: one still waiting for the first paint goes there first.
+  if (id && !reading) settleCaret();
   const std::int32_t state = id ? status(*id) : kStatusNotSupported;
   if (state == kStatusNotSupported) {
     throw ProcedureError(438, "Command " + std::to_string(command) + " is not supported");
@@ -353,8 +358,6 @@ std::string Engine::ExecCommand(std::int32_t command, std::int32_t /*option*/, c
   }
   // The GET commands only read: they neither close an undo step nor count as a change (the
   // selection tracker reads them on every display change, between the keys of a typing burst).
-  const bool reading = *id == Decmd::GetBlockFmt || *id == Decmd::GetBlockFmtNames || *id == Decmd::GetFontName ||
-                       *id == Decmd::GetFontSize || *id == Decmd::GetForeColor || *id == Decmd::GetBackColor;
   if (reading) return execute(*id, value);
   // Everything before this command is a step of its own; what the command and any direct
   // changes right after it do, until the next user action, is one step.
@@ -638,6 +641,7 @@ void pruneEmptyInline(const val& block) {
 }  // namespace
 
 val Engine::insertMarkup(const std::string& html) {
+  settleCaret();
   const Context& ctx = context();
   if (!ctx.editable) throw ProcedureError(5, "There is no selection in the document");
   val range = ctx.range.call<val>("cloneRange");

@@ -70,11 +70,22 @@ class ChangeTracker {
   // replaces it.
   void saveStarted(std::string bodyHTML);
   void saveSucceeded();
-  bool changed(std::string_view currentBodyHTML) const { return currentBodyHTML != stored_; }
+  bool changed(std::string_view currentBodyHTML) const { return Digest::of(currentBodyHTML) != stored_; }
+
+  // What is kept of a document to tell whether another one is the same: its length and two
+  // independent 64-bit hashes of its bytes, instead of a copy of a document that may run to
+  // megabytes.
+  struct Digest {
+    std::size_t size = 0;
+    std::uint64_t first = 0;
+    std::uint64_t second = 0;
+    static Digest of(std::string_view text);
+    bool operator==(const Digest&) const = default;
+  };
 
  private:
-  std::string stored_;
-  std::string posting_;
+  Digest stored_ = Digest::of({});
+  Digest posting_ = Digest::of({});
 };
 
 // Ticks since the last keep-alive request (16-bit, as the timer counts them).

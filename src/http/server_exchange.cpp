@@ -40,10 +40,10 @@ struct PendingMessage {
   std::string details;
 };
 
-void logMessage(const PendingMessage& m) {
-  debugLog(m.caption);
-  debugLog(m.summary);
-  debugLog(m.details);
+void logMessage(std::string_view caption, std::string_view summary, std::string_view details) {
+  debugLog(caption);
+  debugLog(summary);
+  debugLog(details);
 }
 
 // Messages of debug mode wait here while the window shows another one. The window is modal: the
@@ -74,7 +74,7 @@ class MessageQueue {
       pending_.pop_front();
       window.showMessage(message->details, message->caption, message->summary, 8000, 6000, true,
                          [message] {
-                           logMessage(*message);
+                           logMessage(message->caption, message->summary, message->details);
                            MessageQueue::shared().pump();
                          });
     }
@@ -131,12 +131,13 @@ void showHttpMessage(std::string_view title, std::string_view summary, std::stri
                      std::string_view source) {
   PendingMessage message;
   message.caption.append(title).append(" (").append(source).append(")");
-  message.summary.assign(summary);
-  message.details.assign(details);
   if (editor::PropertySet::shared().debugMode() != editor::yes) {
-    logMessage(message);
+    // Only logged: no copy of the details, which may be a whole document.
+    logMessage(message.caption, summary, details);
     return;
   }
+  message.summary.assign(summary);
+  message.details.assign(details);
   MessageQueue::shared().add(std::move(message));
 }
 

@@ -399,5 +399,20 @@ TEST_F(Exchanges, KeepAliveZeroRequestsOnEveryTick) {
   EXPECT_EQ(docs->keepAliveRequest().requestPath(), "/site/ka");
 }
 
+TEST(ChangeTrackerDigest, TellsApartDocumentsOfTheSameLengthThatDifferAnywhere) {
+  using Digest = ChangeTracker::Digest;
+  const std::string text(100000, 'a');
+  EXPECT_EQ(Digest::of(text), Digest::of(std::string(100000, 'a')));
+  std::string swapped = "<p>ab</p>" + text;
+  std::string other = "<p>ba</p>" + text;
+  EXPECT_NE(Digest::of(swapped), Digest::of(other)) << "two characters swapped";
+  for (std::size_t at : {std::size_t{0}, text.size() / 2, text.size() - 1}) {
+    std::string changed = text;
+    changed[at] = 'b';
+    EXPECT_NE(Digest::of(changed), Digest::of(text)) << "one byte at " << at;
+  }
+  EXPECT_NE(Digest::of(""), Digest::of(std::string(1, '\0')));
+}
+
 }  // namespace
 }  // namespace vellmar::editor

@@ -73,8 +73,8 @@ std::optional<PropertyValue> ctlVellmar2::getProperty(std::string_view name) {
   return properties_.get(name, propertyHooks());
 }
 
-bool ctlVellmar2::letProperty(std::string_view name, const PropertyValue& value) {
-  return properties_.let(name, value, propertyHooks());
+bool ctlVellmar2::letProperty(std::string_view name, PropertyValue value) {
+  return properties_.let(name, std::move(value), propertyHooks());
 }
 
 void ctlVellmar2::initialize() {

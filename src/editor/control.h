@@ -155,7 +155,7 @@ class ctlVellmar2 {
   // Get and Let through this control: its hooks run (PropertyChanged, re-applying switches,
   // `content`).
   std::optional<PropertyValue> getProperty(std::string_view name);
-  bool letProperty(std::string_view name, const PropertyValue& value);
+  bool letProperty(std::string_view name, PropertyValue value);
   PropertyHooks propertyHooks();
 
   // True when `domain` and `port` are set; otherwise shows the configuration page and calls

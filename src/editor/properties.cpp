@@ -213,9 +213,9 @@ std::optional<std::int64_t> toInteger(std::string_view text) {
 std::string decimal(std::int64_t v) { return std::to_string(v); }
 
 // The conversion of a restored value to the property's type; nullopt when it does not convert.
-std::optional<PropertyValue> convertForRead(const PropertyDef& def, const PropertyValue& value) {
+std::optional<PropertyValue> convertForRead(const PropertyDef& def, PropertyValue&& value) {
   if (def.type == Text) {
-    if (auto* s = std::get_if<std::string>(&value)) return *s;
+    if (auto* s = std::get_if<std::string>(&value)) return std::move(*s);  // a document: not copied
     return decimal(std::get<std::int32_t>(value));
   }
   std::optional<std::int64_t> v;
@@ -394,7 +394,7 @@ PropertyValue PropertySet::getRow(std::size_t row, const PropertyHooks& hooks) {
   return values_[row];
 }
 
-bool PropertySet::letRow(std::size_t row, const PropertyValue& value, const PropertyHooks& hooks) {
+bool PropertySet::letRow(std::size_t row, PropertyValue value, const PropertyHooks& hooks) {
   const PropertyDef& def = kTable[row];
   PropertyValue stored;
   if (def.type == Int16Text) {
@@ -403,12 +403,12 @@ bool PropertySet::letRow(std::size_t row, const PropertyValue& value, const Prop
     if (s && !isNumeric(*s)) {
       stored = std::string("30");
     } else {
-      auto converted = convertForRead(def, value);
+      auto converted = convertForRead(def, std::move(value));
       if (!converted) return false;
       stored = decimal(std::get<std::int32_t>(*converted));
     }
   } else {
-    auto converted = convertForRead(def, value);
+    auto converted = convertForRead(def, std::move(value));
     if (!converted) return false;
     stored = std::move(*converted);
   }
@@ -426,11 +426,10 @@ std::optional<PropertyValue> PropertySet::get(std::string_view name, const Prope
   return getRow(static_cast<std::size_t>(def - kTable), hooks);
 }
 
-bool PropertySet::let(std::string_view name, const PropertyValue& value,
-                      const PropertyHooks& hooks) {
+bool PropertySet::let(std::string_view name, PropertyValue value, const PropertyHooks& hooks) {
   const PropertyDef* def = findProperty(name);
   if (!def) return false;
-  return letRow(static_cast<std::size_t>(def - kTable), value, hooks);
+  return letRow(static_cast<std::size_t>(def - kTable), std::move(value), hooks);
 }
 
 std::string PropertySet::getText(std::string_view name, const PropertyHooks& hooks) {
@@ -448,9 +447,9 @@ void PropertySet::readProperties(PropertyBag& bag, const PropertyHooks& hooks) {
     guarded("UserControl_ReadProperties", [&] {
       auto raw = bag.readProperty(def->readKey, def->defaultValue());
       if (!raw) return;
-      auto converted = convertForRead(*def, *raw);
+      auto converted = convertForRead(*def, std::move(*raw));
       if (!converted) return;
-      letRow(row, *converted, hooks);
+      letRow(row, std::move(*converted), hooks);
     });
   }
 }

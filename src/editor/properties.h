@@ -121,7 +121,7 @@ class PropertySet {
   // name. let answers false when the name is unknown or the value does not convert to the
   // property's type; the property then keeps its value and nothing is reported.
   std::optional<PropertyValue> get(std::string_view name, const PropertyHooks& hooks = {});
-  bool let(std::string_view name, const PropertyValue& value, const PropertyHooks& hooks = {});
+  bool let(std::string_view name, PropertyValue value, const PropertyHooks& hooks = {});
   // The value of `name` as text (integers in decimal); "" for an unknown name.
   std::string getText(std::string_view name, const PropertyHooks& hooks = {});
 
@@ -184,7 +184,7 @@ class PropertySet {
   const std::string& text(std::size_t row) const;
   std::int32_t integer(std::size_t row) const;
   std::int16_t timeout(std::size_t row);
-  bool letRow(std::size_t row, const PropertyValue& value, const PropertyHooks& hooks);
+  bool letRow(std::size_t row, PropertyValue value, const PropertyHooks& hooks);
   PropertyValue getRow(std::size_t row, const PropertyHooks& hooks);
 
   // Text rows hold std::string, integer rows std::int32_t, time-outs their decimal text.

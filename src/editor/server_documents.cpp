@@ -330,8 +330,8 @@ void ServerDocuments::wireContent() {
       http::showHttpMessage("HTTP Success", kContentSuccess, body, source);
       const bool strip = !properties_.pathToStyleSheet().empty() &&
                          properties_.switchValue("DisableCssStyles") == 0;
-      const std::string document = documentForEditing(body, strip);
-      if (hooks_.storeContent) hooks_.storeContent(document);
+      std::string document = documentForEditing(body, strip);
+      if (hooks_.storeContent) hooks_.storeContent(std::move(document));
     });
     state_.requestInProgress = false;
     setLoading(false);

@@ -103,7 +103,7 @@ class KeepAliveCounter {
 // What the exchanges do to the rest of the editor.
 struct ServerDocumentHooks {
   // The `content` Let: keep the document and load it into the engine.
-  std::function<void(const std::string& document)> storeContent;
+  std::function<void(std::string document)> storeContent;
   // getContent(contentType) of the engine's document; nothing when it could not be prepared.
   std::function<std::optional<std::string>(std::int32_t contentType)> getContent;
   // The extracted class list, for the `style` menu.

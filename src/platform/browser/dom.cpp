@@ -100,6 +100,22 @@ void appendRenderedText(std::string& out, const std::string& data, bool preforma
 std::uint64_t changeCount() { return gChangeCount; }
 void noteChange() { ++gChangeCount; }
 
+val textOf(std::string_view text) {
+  static const val decoder = val::global("TextDecoder").new_();
+  return decoder.call<val>("decode", val(emscripten::typed_memory_view(
+                                          text.size(), reinterpret_cast<const unsigned char*>(text.data()))));
+}
+
+std::string stringOf(const val& text) {
+  if (!text.isString()) return {};
+  static const val encoder = val::global("TextEncoder").new_();
+  const val bytes = encoder.call<val>("encode", text);
+  std::string out(bytes["length"].as<std::size_t>(), '\0');
+  val(emscripten::typed_memory_view(out.size(), reinterpret_cast<unsigned char*>(out.data())))
+      .call<void>("set", bytes);
+  return out;
+}
+
 val safeCall(const val& target, const char* method, const val& args) {
   val outcome = val::take_ownership(vellmar_dom_safe_call(target.as_handle(), method, args.as_handle()));
   if (!outcome["ok"].as<bool>()) throw ProcedureError(5, outcome["error"].as<std::string>());
@@ -128,14 +144,14 @@ std::string Element::tagName() const {
 
 std::string Element::id() const { return str(node_["id"]); }
 
-std::string Element::innerHTML() const { return str(node_["innerHTML"]); }
+std::string Element::innerHTML() const { return stringOf(node_["innerHTML"]); }
 
 void Element::setInnerHTML(const std::string& html) {
   safeSet(node_, "innerHTML", val(html));
   noteChange();
 }
 
-std::string Element::outerHTML() const { return str(node_["outerHTML"]); }
+std::string Element::outerHTML() const { return stringOf(node_["outerHTML"]); }
 
 void Element::setOuterHTML(const std::string& html) {
   if (node_["parentNode"].isNull()) throw ProcedureError(5, "the element is not in the document");

@@ -37,6 +37,14 @@ val call(const val& target, const char* method, Args&&... args) {
   (list.call<void>("push", val(std::forward<Args>(args))), ...);
   return safeCall(target, method, list);
 }
+// A JavaScript string of the UTF-8 `text`, decoded straight from the module's memory: passing a
+// std::string instead copies it into a fresh buffer of that memory first, which for a document
+// is megabytes the memory keeps once it has grown for them.
+val textOf(std::string_view text);
+// The UTF-8 bytes of the JavaScript string `text` ("" when it is not a string), with one buffer of
+// the module's memory: reading it with as<std::string>() holds two at once.
+std::string stringOf(const val& text);
+
 // `target[property] = value`, with the same exception handling.
 void safeSet(const val& target, const char* property, const val& value);
 

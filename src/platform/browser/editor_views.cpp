@@ -62,7 +62,8 @@ void EditorViews::loadDocument(const std::string& content) {
     suppress_ = true;
     if (state_.currentView == View::Html) {
       const std::string document = engine_->DocumentHTML();
-      source_.set("value", html::cleanHTML(document).value_or(document));
+      const std::optional<std::string> cleaned = html::cleanHTML(document);
+      source_.set("value", dom::textOf(cleaned ? *cleaned : document));
     } else {
       // Hidden, the box is written afresh by the switch to the HTML view; a copy of the old
       // document kept in it would only hold memory (and serializing a long one takes a while).
@@ -88,7 +89,8 @@ std::optional<std::string> EditorViews::getBodyHTML() const {
       html = std::string();
     }
   });
-  return done ? html : std::nullopt;
+  if (!done) return std::nullopt;
+  return html;
 }
 
 std::optional<std::string> EditorViews::getContent(std::int32_t contentType) const {
@@ -139,7 +141,8 @@ void EditorViews::setView(std::string_view viewKey) {
     // The source box is what goes back into the engine: when the clean-up fails it shows the body
     // as it is rather than nothing.
     const auto cleaned = getBodyHTML();
-    source_.set("value", cleaned ? *cleaned : (engine_ ? engine_->DOM().body().innerHTML() : std::string()));
+    source_.set("value", cleaned ? dom::textOf(*cleaned)
+                                 : val(engine_ ? engine_->DOM().body().innerHTML() : std::string()));
     suppress_ = false;
     source_.set("hidden", false);
     source_.call<void>("focus");

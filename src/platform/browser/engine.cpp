@@ -181,7 +181,7 @@ std::string Engine::DocumentHTML() const {
     next = baseElement_["nextSibling"];
     head.call<val>("removeChild", baseElement_);
   }
-  std::string html = document_["documentElement"]["outerHTML"].as<std::string>();
+  std::string html = dom::stringOf(document_["documentElement"]["outerHTML"]);
   if (hideBase) head.call<val>("insertBefore", baseElement_, next);
   return html;
 }
@@ -197,7 +197,7 @@ void Engine::loadDocument(const std::string& html) {
   // the frame's document object stays the same (with the engine's listeners on it), and nothing
   // in the markup can act while it is parsed. A refresh pragma would act on insertion, so it is
   // dropped first.
-  val parsed = val::global("DOMParser").new_().call<val>("parseFromString", html, std::string("text/html"));
+  val parsed = val::global("DOMParser").new_().call<val>("parseFromString", dom::textOf(html), std::string("text/html"));
   const val refreshes =
       parsed.call<val>("querySelectorAll", std::string("meta[http-equiv=\"refresh\" i]"));
   for (int i = refreshes["length"].as<int>() - 1; i >= 0; --i) refreshes[i].call<void>("remove");

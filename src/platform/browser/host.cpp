@@ -138,8 +138,8 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
 void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
   views_ = std::make_unique<EditorViews>(*view_, *menuBar_, control_->state());
   editor::ServerDocumentHooks documentHooks;
-  documentHooks.storeContent = [this](const std::string& document) {
-    control_->letProperty("content", document);
+  documentHooks.storeContent = [this](std::string document) {
+    control_->letProperty("content", std::move(document));
   };
   documentHooks.storeContentID = [this](const std::string& id) {
     control_->letProperty("ContentID", id);

@@ -19,6 +19,7 @@ const { startServer, launchBrowser, pageWith, ROOT } = require(path.join(__dirna
 const WHOLE = path.join(ROOT, 'build', 'web', 'whole', 'vellmar.wasm');
 const DIST = path.join(ROOT, 'build', 'web', 'dist');
 const LIST = path.join(ROOT, 'web', 'startup_functions.txt');
+const SMALL = 64;
 const FEATURES = ['--enable-exception-handling', '--enable-sign-ext', '--enable-mutable-globals',
   '--enable-bulk-memory', '--enable-nontrapping-float-to-int'];
 
@@ -33,12 +34,14 @@ function uleb(bytes, at) {
   }
 }
 
-// The names of the module's defined functions, in order, from its name section, written the way
-// binaryen's tools take them (characters outside its identifier set as \hh).
-function definedFunctionNames(bytes) {
+// The module's defined functions, in order: each one's name from the name section, written the
+// way binaryen's tools take them (characters outside its identifier set as \hh), and the size of
+// its code in bytes.
+function definedFunctions(bytes) {
   let imported = 0;
   let defined = 0;
   const names = new Map();
+  const sizes = [];
   let at = 8;
   while (at < bytes.length) {
     const id = bytes[at];
@@ -59,6 +62,14 @@ function definedFunctionNames(bytes) {
       }
     } else if (id === 3) {
       [defined] = uleb(bytes, start);
+    } else if (id === 10) {
+      let [count, p] = uleb(bytes, start);
+      for (let i = 0; i < count; i++) {
+        let size;
+        [size, p] = uleb(bytes, p);
+        sizes.push(size);
+        p += size;
+      }
     } else if (id === 0) {
       let [len, p] = uleb(bytes, start);
       const sectionName = Buffer.from(bytes.subarray(p, p + len)).toString();
@@ -85,7 +96,7 @@ function definedFunctionNames(bytes) {
   const escape = (name) => [...name].map((c) => (plain.test(c) && c.charCodeAt(0) < 128 ? c
     : [...Buffer.from(c)].map((b) => '\\' + b.toString(16).padStart(2, '0')).join(''))).join('');
   const result = [];
-  for (let i = 0; i < defined; i++) result.push(escape(names.get(imported + i) || ''));
+  for (let i = 0; i < defined; i++) result.push({ name: escape(names.get(imported + i) || ''), size: sizes[i] });
   return result;
 }
 
@@ -179,7 +190,7 @@ async function main() {
     for (const name of fs.readdirSync(DIST)) fs.cpSync(path.join(DIST, name), path.join(work, name), { recursive: true });
     fs.rmSync(path.join(work, 'vellmar.later.wasm'), { force: true });
     execFileSync('wasm-split', ['--instrument', ...FEATURES, WHOLE, '-o', path.join(work, 'vellmar.wasm')]);
-    const names = definedFunctionNames(fs.readFileSync(WHOLE));
+    const functions = definedFunctions(fs.readFileSync(WHOLE));
     const server = await startServer(['--web', work]);
     const browser = await launchBrowser();
     let profiles;
@@ -191,13 +202,14 @@ async function main() {
     }
     // The profile: the module's 8-byte hash, then one 32-bit word per defined function, not 0
     // once the function has run.
-    const kept = [];
-    for (let i = 0; i < names.length; i++) {
-      if (profiles.some((p) => p.readUInt32LE(8 + 4 * i) !== 0) && names[i]) kept.push(names[i]);
-    }
+    // Kept too: functions of at most SMALL bytes, which in the second file would each cost more
+    // than themselves (an import of the first file and a function object on the page).
+    const ran = (i) => profiles.some((p) => p.readUInt32LE(8 + 4 * i) !== 0);
+    const kept = functions.filter((f, i) => f.name && (ran(i) || f.size <= SMALL)).map((f) => f.name);
     kept.sort();
     fs.writeFileSync(LIST, kept.join('\n') + '\n');
-    console.log(`${kept.length} of ${names.length} functions ran; written to ${path.relative(ROOT, LIST)}`);
+    console.log(`${functions.filter((f, i) => ran(i)).length} of ${functions.length} functions ran; ` +
+      `${kept.length} kept with the small ones; written to ${path.relative(ROOT, LIST)}`);
   } finally {
     fs.rmSync(work, { recursive: true, force: true });
   }

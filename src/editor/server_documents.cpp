@@ -324,13 +324,15 @@ void ServerDocuments::wireContent() {
     state_.requestInProgress = false;
     setLoading(false);
   };
-  e.complete = [this](const std::string& body) {
+  e.complete = [this](std::string body) {
     const bool loaded = guarded("ctlHttpContent_complete", [&] {
       const std::string& source = properties_.pathToContent();
       http::showHttpMessage("HTTP Success", kContentSuccess, body, source);
       const bool strip = !properties_.pathToStyleSheet().empty() &&
                          properties_.switchValue("DisableCssStyles") == 0;
       std::string document = documentForEditing(body, strip);
+      // The answer is not needed once its body is out: loading makes more copies of the document.
+      std::string().swap(body);
       if (hooks_.storeContent) hooks_.storeContent(std::move(document));
     });
     state_.requestInProgress = false;

@@ -34,7 +34,8 @@ class ctlHttpRequest final : private TransportListener {
     std::function<void()> started;
     std::function<void()> canceled;
     std::function<void(int number, const std::string& description)> error;
-    std::function<void(const std::string& body)> complete;
+    // The body is the handler's: one that keeps the document can take it by value.
+    std::function<void(std::string body)> complete;
     std::function<void(int number, const std::string& message, const std::string& text)>
         parseError;
     std::function<void()> timeout;

@@ -45,6 +45,20 @@ test('the caret lands on the first character of a served document; Enter and bol
   await page.close();
 });
 
+test('the toolbars follow the caret a loaded document opens with, without a click', async () => {
+  // The interface is brought up to date once the document has been painted, not while it is
+  // being loaded: it still has to get there by itself.
+  const page = await env.openDemo();
+  const blockFormat = page.locator('#editor1').getByRole('combobox', { name: 'Block Format', exact: true });
+  await page.waitForFunction(() => {
+    const s = document.getElementById('editor1').vellmarEngine.document().getSelection();
+    return s.rangeCount === 1 && s.anchorNode.data === 'Welcome to Vellmar';
+  });
+  await page.waitForFunction((select) => select.options[select.selectedIndex].text === 'Heading 1',
+    await blockFormat.elementHandle());
+  await page.close();
+});
+
 test('a selection made before the caret lands stays, and a command given before it acts at the start', async () => {
   const page = await env.openDemo();
   const editor = 'document.getElementById("editor1")';

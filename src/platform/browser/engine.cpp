@@ -205,6 +205,8 @@ void Engine::loadDocument(const std::string& html) {
   document_.call<val>("replaceChild", adopted, document_["documentElement"]);
   attachDocument();
   busy_ = false;
+  paintPending_ = true;
+  val::global("requestAnimationFrame")(once(kLoadFrame));
   val::global("setTimeout")(once(kDocumentComplete), 0);
 }
 
@@ -379,7 +381,7 @@ void Engine::handleEvent(int kind, const val& event) {
       break;
     case kMicrotask:
       microtaskQueued_ = false;
-      if (!changePending_) break;
+      if (!changePending_ || paintPending_) break;
       if (firedThisFrame_) {
         deferredToFrame_ = true;
       } else {
@@ -457,6 +459,18 @@ void Engine::handleEvent(int kind, const val& event) {
       break;
     case kCaretAfterPaint:
       settleCaret();
+      break;
+    case kLoadFrame:
+      // A frame's animation callbacks run before it is laid out and painted; the task after
+      // them, after.
+      val::global("setTimeout")(once(kLoadPainted), 0);
+      break;
+    case kLoadPainted:
+      paintPending_ = false;
+      if (changePending_ && !microtaskQueued_) {
+        microtaskQueued_ = true;
+        val::global("queueMicrotask")(once(kMicrotask));
+      }
       break;
     case kDocumentComplete:
       raise("DocumentComplete");

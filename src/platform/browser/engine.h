@@ -152,7 +152,7 @@ class Engine {
     kKeyDown, kBeforeInput, kInput, kMouseDown, kClick, kDblClick, kContextMenu, kSelectionChange,
     kScroll, kMutations, kMicrotask, kFrame, kHandleDown, kHandleMove, kHandleUp, kMenuClick,
     kMenuKey, kOverlayDown, kFindClick, kFindKey, kDocumentComplete, kPasteDone, kIgnore, kDrop, kPaste,
-    kCaretFrame, kCaretAfterPaint,
+    kCaretFrame, kCaretAfterPaint, kLoadFrame, kLoadPainted,
   };
 
  private:
@@ -298,6 +298,10 @@ class Engine {
   bool changePending_ = false;
   bool contentChanged_ = false;
   bool deferredToFrame_ = false;
+  // A loaded document not yet painted: DisplayChanged waits for the paint, because what its
+  // handlers ask of the selection lays the whole document out at once, which the first frame
+  // does anyway.
+  bool paintPending_ = false;
   val lastSnapshot_ = val::null();
 
   // Status answers stay valid while neither the engine nor the DOM wrapper saw a change, and only

@@ -129,7 +129,9 @@ test('an editor moved elsewhere in the page keeps its unsaved document, raises L
   // The site's style sheet has been read (its classes are offered) before DebugMode is on: a sheet
   // arriving later would show its exchange in the message window over the document.
   await page.getByRole('menubar').getByRole('menuitem', { name: 'Style', exact: true }).click();
-  await page.getByRole('menu', { name: 'Style', exact: true }).getByRole('menuitem', { name: 'CSS Classes' }).waitFor();
+  await page.getByRole('menu', { name: 'Style', exact: true }).getByRole('menuitem', { name: 'CSS Classes' }).hover();
+  await page.getByRole('menu', { name: 'CSS Classes' }).getByRole('menuitem', { name: '.Caption' }).waitFor();
+  await page.keyboard.press('Escape');
   await page.keyboard.press('Escape');
   await page.evaluate(() => {
     document.getElementById('editor1').DebugMode = 1;

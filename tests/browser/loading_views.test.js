@@ -135,3 +135,53 @@ test('typing in the source box changes the engine body at once', async () => {
   assert.equal(await page.evaluate(() => document.getElementById('editor1').getContent(1)).then((t) => t.includes('bold')), true);
   await page.close();
 });
+
+test('going back and forth without a change keeps the document; a change in either view goes through', async () => {
+  const page = await env.openDemo();
+  const frame = page.locator('#editor1 iframe.vellmar-engine-frame').contentFrame();
+  const roundTrip = async () => {
+    await viewTab(page, 'HTML').click();
+    await sourceBox(page).waitFor();
+    await viewTab(page, 'WYSIWYG').click();
+    await sourceBox(page).waitFor({ state: 'hidden' });
+  };
+  // The first return makes the body from the cleaned text; mark a paragraph of what it made.
+  await roundTrip();
+  const mark = () => page.evaluate(() => {
+    document.getElementById('editor1').vellmarEngine.document().querySelector('p').__kept = true;
+  });
+  const kept = () => page.evaluate(() =>
+    document.getElementById('editor1').vellmarEngine.document().querySelector('p').__kept === true);
+  await mark();
+  await roundTrip();
+  assert.equal(await kept(), true, 'nothing changed: the same document is shown again');
+  assert.equal(await sourceBox(page).isVisible(), false);
+  assert.equal(await frame.locator('h1').isVisible(), true);
+
+  // Typed in the WYSIWYG view: the source shows it, and it stays on the way back.
+  await frame.locator('h1').click();
+  await page.keyboard.press('End');
+  await page.keyboard.type(' again');
+  await viewTab(page, 'HTML').click();
+  assert.match(await sourceBox(page).inputValue(), /<h1>Welcome to Vellmar again<\/h1>/);
+  await viewTab(page, 'WYSIWYG').click();
+  assert.match((await engineState(page)).body, /<h1>Welcome to Vellmar again<\/h1>/);
+
+  // Undone in the WYSIWYG view: the source and the way back show the undone document.
+  await mark();
+  await page.keyboard.press('Control+Z');
+  await page.waitForFunction(() => !/again/.test(document.getElementById('editor1').vellmarEngine.bodyHTML));
+  await viewTab(page, 'HTML').click();
+  assert.doesNotMatch(await sourceBox(page).inputValue(), /again/);
+  await viewTab(page, 'WYSIWYG').click();
+  assert.doesNotMatch((await engineState(page)).body, /again/);
+
+  // Typed into the source box: the engine has it, also after another trip.
+  await viewTab(page, 'HTML').click();
+  await sourceBox(page).fill('<p>only this</p>');
+  await viewTab(page, 'WYSIWYG').click();
+  assert.equal((await engineState(page)).body, '<p>only this</p>');
+  await roundTrip();
+  assert.equal((await engineState(page)).body.trim(), '<p>only this</p>');
+  await page.close();
+});

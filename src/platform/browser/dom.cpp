@@ -146,8 +146,10 @@ std::string Element::id() const { return str(node_["id"]); }
 
 std::string Element::innerHTML() const { return stringOf(node_["innerHTML"]); }
 
-void Element::setInnerHTML(const std::string& html) {
-  safeSet(node_, "innerHTML", val(html));
+void Element::setInnerHTML(const std::string& html) { setInnerHTML(textOf(html)); }
+
+void Element::setInnerHTML(const val& html) {
+  safeSet(node_, "innerHTML", html);
   noteChange();
 }
 

@@ -73,6 +73,7 @@ class Element {
 
   std::string innerHTML() const;
   void setInnerHTML(const std::string& html);
+  void setInnerHTML(const val& html);  // a string of the page's
   std::string outerHTML() const;
   // Replaces the element by the markup (an element that is not in the document cannot be).
   void setOuterHTML(const std::string& html);

@@ -63,12 +63,15 @@ void EditorViews::loadDocument(const std::string& content) {
     if (state_.currentView == View::Html) {
       const std::string document = engine_->DocumentHTML();
       const std::optional<std::string> cleaned = html::cleanHTML(document);
-      source_.set("value", dom::textOf(cleaned ? *cleaned : document));
+      written_ = dom::textOf(cleaned ? *cleaned : document);
+      source_.set("value", written_);
     } else {
       // Hidden, the box is written afresh by the switch to the HTML view; a copy of the old
       // document kept in it would only hold memory (and serializing a long one takes a while).
       source_.set("value", std::string());
+      written_ = val::null();
     }
+    madeFrom_ = val::null();
     suppress_ = false;
     caretToStart();
   });
@@ -130,7 +133,7 @@ void EditorViews::setView(std::string_view viewKey) {
   val engineBox = view_.element(Child::Engine);
   if (viewKey == "html" && state.currentView != View::Html) {
     setAllMenuItemsGrayed(true);
-    engineBox.set("hidden", true);
+    setAside(engineBox);
     source_.set("hidden", true);
     state.currentView = View::Html;
     bar.setCheckedMenuItem("view", "html", true);
@@ -141,28 +144,56 @@ void EditorViews::setView(std::string_view viewKey) {
     // The source box is what goes back into the engine: when the clean-up fails it shows the body
     // as it is rather than nothing.
     const auto cleaned = getBodyHTML();
-    source_.set("value", cleaned ? dom::textOf(*cleaned)
-                                 : val(engine_ ? engine_->DOM().body().innerHTML() : std::string()));
+    const val text = cleaned ? dom::textOf(*cleaned)
+                             : val(engine_ ? engine_->DOM().body().innerHTML() : std::string());
+    // The same text again is not written again. (The box gives its text back with bare line
+    // feeds, so it is compared with what was written into it.)
+    if (!text.strictlyEquals(written_)) {
+      source_.set("value", text);
+      written_ = text;
+      madeFrom_ = val::null();
+    }
     suppress_ = false;
     source_.set("hidden", false);
     source_.call<void>("focus");
   } else if (viewKey == "wysiwyg" && state.currentView != View::Wysiwyg) {
     setAllMenuItemsGrayed(false);
     engineBox.set("hidden", true);
+    // (A long source kept laid out while hidden slows every frame of the WYSIWYG view down.)
     source_.set("hidden", true);
     state.currentView = View::Wysiwyg;
     bar.setCheckedMenuItem("view", "wysiwyg", true);
     bar.setCheckedMenuItem("view", "html", false);
     selectTab(0);
-    if (engine_) engine_->DOM().body().setInnerHTML(source_["value"].as<std::string>());
+    bodyFromSource(false);
     engineBox.set("hidden", !view_.isShown(Child::Engine));
     if (engine_) engine_->focus();
   }
 }
 
+void EditorViews::bodyFromSource(bool always) {
+  if (!engine_) return;
+  const val text = source_["value"];
+  if (!always && text.strictlyEquals(madeFrom_) && engine_->contentVersion() == madeAt_) return;
+  engine_->DOM().body().setInnerHTML(text);
+  madeFrom_ = text;
+  madeAt_ = engine_->contentVersion();
+}
+
+void EditorViews::setAside(val box) {
+  // Hidden but still laid out (see .vellmar-aside): showing a long document again takes a
+  // paint, not a layout of all of it.
+  box["classList"].call<void>("add", std::string("vellmar-aside"));
+  box.set("hidden", true);
+}
+
 void EditorViews::sourceChanged() {
-  if (suppress_ || !engine_) return;
-  engine_->DOM().body().setInnerHTML(source_["value"].as<std::string>());
+  if (suppress_) return;
+  written_ = val::null();
+  // The engine's layout kept for the way back is of no use once its body is made anew, and
+  // keeping up with every key typed here would take longer than the key itself.
+  view_.element(Child::Engine)["classList"].call<void>("remove", std::string("vellmar-aside"));
+  bodyFromSource(true);
 }
 
 }  // namespace vellmar::browser

@@ -49,6 +49,9 @@ class EditorViews {
   void sourceChanged();
   void setAllMenuItemsGrayed(bool grayed);
   void selectTab(int index);
+  static void setAside(emscripten::val box);
+  // Makes the engine's body from the source box's text (unless it is made from it already).
+  void bodyFromSource(bool always);
 
   ControlView& view_;
   EditorMenuBar& menuBar_;
@@ -60,6 +63,13 @@ class EditorViews {
   EventRoute route_{"EditorViews"};
   // True while the control itself writes the source box.
   bool suppress_ = false;
+  // The source box's text the engine's body was last made from, and the engine's content version
+  // just after: while both still hold, making the body from the same text again would give the
+  // same document, so a switch back to the WYSIWYG view leaves it (and its layout) as it is.
+  emscripten::val madeFrom_ = emscripten::val::null();
+  // What the control last wrote into the source box (null once someone typed into it).
+  emscripten::val written_ = emscripten::val::null();
+  std::uint64_t madeAt_ = 0;
 };
 
 }  // namespace vellmar::browser

@@ -210,7 +210,18 @@ void Engine::loadDocument(const std::string& html) {
   val::global("setTimeout")(once(kDocumentComplete), 0);
 }
 
+std::uint64_t Engine::contentVersion() {
+  // Changes the observer holds but has not reported yet count too.
+  const val records = observer_.call<val>("takeRecords");
+  if (records["length"].as<int>() > 0) {
+    ++contentVersion_;
+    history_->take(records);
+  }
+  return contentVersion_;
+}
+
 void Engine::attachDocument(bool keepHistory) {
+  ++contentVersion_;
   applyEditable();
   val body = document_["body"];
   if (body.isNull()) {
@@ -376,6 +387,7 @@ void Engine::fireDisplayChanged() {
 void Engine::handleEvent(int kind, const val& event) {
   switch (kind) {
     case kMutations:
+      ++contentVersion_;
       history_->take(event);
       noteChange(true);
       break;

@@ -132,6 +132,9 @@ class Engine {
   void caretToStart();
   // Places a caret that caretToStart left waiting, now.
   void settleCaret();
+  // A number that changes whenever the document's content does (a load, an edit, an undo): two
+  // equal answers mean the content in between stayed as it was.
+  std::uint64_t contentVersion();
   // The engine's box inside the container, for the control to place, show and hide.
   const val& box() const { return box_; }
   const val& frame() const { return frame_; }
@@ -302,6 +305,7 @@ class Engine {
   // handlers ask of the selection lays the whole document out at once, which the first frame
   // does anyway.
   bool paintPending_ = false;
+  std::uint64_t contentVersion_ = 0;
   val lastSnapshot_ = val::null();
 
   // Status answers stay valid while neither the engine nor the DOM wrapper saw a change, and only

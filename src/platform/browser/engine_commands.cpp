@@ -424,6 +424,7 @@ std::string Engine::execute(Decmd id, const CommandValue& value) {
     case Decmd::Redo: {
       const val snapshot = selectionSnapshot();
       const val restore = id == Decmd::Undo ? history_->undo(snapshot) : history_->redo(snapshot);
+      ++contentVersion_;
       dom::setControlSelection(document_, dom::Element());
       if (!restore.isNull() && restore["anchorNode"]["isConnected"].as<bool>() &&
           restore["focusNode"]["isConnected"].as<bool>()) {

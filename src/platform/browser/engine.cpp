@@ -206,7 +206,7 @@ void Engine::loadDocument(const std::string& html) {
   attachDocument();
   busy_ = false;
   paintPending_ = true;
-  val::global("requestAnimationFrame")(once(kLoadFrame));
+  afterNextPaint(kLoadPainted);
   val::global("setTimeout")(once(kDocumentComplete), 0);
 }
 
@@ -271,8 +271,14 @@ void Engine::focus() { frame_["contentWindow"].call<void>("focus"); }
 void Engine::caretToStart() {
   caretPending_ = true;
   caretAskedAt_ = selectionSnapshot();
-  // A frame's animation callbacks run before it is laid out; the task after them, after it.
-  val::global("requestAnimationFrame")(once(kCaretFrame));
+  afterNextPaint(kCaretAfterPaint);
+}
+
+void Engine::afterNextPaint(int kind) {
+  // A frame's animation callbacks run before it is laid out and painted; the task after them,
+  // after.
+  val::global("requestAnimationFrame")(route_.callback(
+      [this, kind](const val&) { val::global("setTimeout")(once(kind), 0); }));
 }
 
 void Engine::settleCaret() {
@@ -466,16 +472,8 @@ void Engine::handleEvent(int kind, const val& event) {
     case kFindKey:
       onFindKey(event);
       break;
-    case kCaretFrame:
-      if (caretPending_) val::global("setTimeout")(once(kCaretAfterPaint), 0);
-      break;
     case kCaretAfterPaint:
       settleCaret();
-      break;
-    case kLoadFrame:
-      // A frame's animation callbacks run before it is laid out and painted; the task after
-      // them, after.
-      val::global("setTimeout")(once(kLoadPainted), 0);
       break;
     case kLoadPainted:
       paintPending_ = false;

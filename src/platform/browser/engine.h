@@ -155,7 +155,7 @@ class Engine {
     kKeyDown, kBeforeInput, kInput, kMouseDown, kClick, kDblClick, kContextMenu, kSelectionChange,
     kScroll, kMutations, kMicrotask, kFrame, kHandleDown, kHandleMove, kHandleUp, kMenuClick,
     kMenuKey, kOverlayDown, kFindClick, kFindKey, kDocumentComplete, kPasteDone, kIgnore, kDrop, kPaste,
-    kCaretFrame, kCaretAfterPaint, kLoadFrame, kLoadPainted,
+    kCaretAfterPaint, kLoadPainted,
   };
 
  private:
@@ -184,6 +184,8 @@ class Engine {
   // A new document starts a fresh undo history; a moved one keeps it.
   void attachDocument(bool keepHistory = false);
   void applyEditable();
+  // handleEvent(kind) in the first task after the next frame has been painted.
+  void afterNextPaint(int kind);
   // The browser's editing settings for the markup the old engine wrote; see applyEditable.
   void applyEditingSettings();
   void listenToDocument();

@@ -109,11 +109,20 @@ val textOf(std::string_view text) {
 std::string stringOf(const val& text) {
   if (!text.isString()) return {};
   static const val encoder = val::global("TextEncoder").new_();
-  const val bytes = encoder.call<val>("encode", text);
-  std::string out(bytes["length"].as<std::size_t>(), '\0');
+  return bytesOf(encoder.call<val>("encode", text));
+}
+
+std::string bytesOf(const val& bytes) {
+  const val view = bytes.instanceof(val::global("Uint8Array")) ? bytes : val::global("Uint8Array").new_(bytes);
+  std::string out(view["length"].as<std::size_t>(), '\0');
   val(emscripten::typed_memory_view(out.size(), reinterpret_cast<unsigned char*>(out.data())))
-      .call<void>("set", bytes);
+      .call<void>("set", view);
   return out;
+}
+
+val byteArrayOf(std::string_view bytes) {
+  return val::global("Uint8Array")
+      .new_(emscripten::typed_memory_view(bytes.size(), reinterpret_cast<const unsigned char*>(bytes.data())));
 }
 
 val safeCall(const val& target, const char* method, const val& args) {

@@ -44,6 +44,10 @@ val textOf(std::string_view text);
 // The UTF-8 bytes of the JavaScript string `text` ("" when it is not a string), with one buffer of
 // the module's memory: reading it with as<std::string>() holds two at once.
 std::string stringOf(const val& text);
+// The bytes of a Uint8Array or ArrayBuffer, copied once into the string that keeps them.
+std::string bytesOf(const val& bytes);
+// A Uint8Array of its own holding `bytes` (a copy: the module's memory may move under a view).
+val byteArrayOf(std::string_view bytes);
 
 // `target[property] = value`, with the same exception handling.
 void safeSet(const val& target, const char* property, const val& value);

@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/browser/dom.h"
+
 // A page whose document refuses cookies (an opaque origin) throws on the write; the request then
 // goes out with the cookies the browser has.
 EM_JS(void, vellmar_set_page_cookie, (const char* cookie), {
@@ -84,10 +86,7 @@ val requestInit(const http::OutgoingRequest& request) {
   const std::string_view body = request.body();
   if (request.method != "GET") {
     // Copied out of the module's memory, which may move while the request is under way.
-    val bytes = val::global("Uint8Array")
-                    .new_(emscripten::typed_memory_view(
-                        body.size(), reinterpret_cast<const unsigned char*>(body.data())));
-    init.set("body", bytes);
+    init.set("body", dom::byteArrayOf(body));
   }
   return init;
 }
@@ -218,11 +217,7 @@ class FetchTransport final : public http::Transport {
   }
 
   void body(const val& buffer) {
-    // Copied once, straight into the string that keeps it.
-    const val bytes = val::global("Uint8Array").new_(buffer);
-    answer_.body.resize(bytes["length"].as<std::size_t>());
-    val(emscripten::typed_memory_view(answer_.body.size(), reinterpret_cast<unsigned char*>(answer_.body.data())))
-        .call<void>("set", bytes);
+    answer_.body = dom::bytesOf(buffer);
     finish();
     listener_.transportAnswer(std::move(answer_));
   }
@@ -257,7 +252,7 @@ class FetchTransport final : public http::Transport {
       const val contentType = xhr.call<val>("getResponseHeader", std::string("Content-Type"));
       if (contentType.isString()) answer_.contentType = contentType.as<std::string>();
       const val body = xhr["response"];
-      if (!body.isNull()) answer_.body = val::global("Uint8Array").new_(body).as<std::string>();
+      if (!body.isNull()) answer_.body = dom::bytesOf(body);
     }
     finish();
     listener_.transportAnswer(std::move(answer_));

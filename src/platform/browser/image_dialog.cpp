@@ -7,6 +7,7 @@
 #include "dialogs/message_window.h"
 #include "editor/properties.h"
 #include "platform/browser/dialog_views.h"
+#include "platform/browser/dom.h"
 #include "platform/browser/fetch_transport.h"
 
 namespace vellmar::browser {
@@ -32,11 +33,8 @@ std::string mimeFor(std::string_view path) {
 }
 
 val bytesToBlobUrl(const std::string& bytes, const std::string& type) {
-  val copy = val::global("Uint8Array")
-                 .new_(emscripten::typed_memory_view(
-                     bytes.size(), reinterpret_cast<const unsigned char*>(bytes.data())));
   val parts = val::array();
-  parts.call<void>("push", copy);
+  parts.call<void>("push", dom::byteArrayOf(bytes));
   val options = val::object();
   options.set("type", type);
   val blob = val::global("Blob").new_(parts, options);

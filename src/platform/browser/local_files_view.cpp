@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "common/diagnostics.h"
+#include "platform/browser/dom.h"
 
 using emscripten::EM_VAL;
 
@@ -161,12 +162,7 @@ void LocalFilesView::readFile(const val& file, const std::string& name, const va
     if (!files_.sizeAllowed(name, static_cast<std::uint64_t>(file["size"].as<double>()))) return;
     file.call<val>("arrayBuffer")
         .call<void>("then", route_.callback([this, name, handle](const val& buffer) {
-                      const val bytesView = val::global("Uint8Array").new_(buffer);
-                      const std::size_t length = bytesView["length"].as<std::size_t>();
-                      std::string bytes(length, '\0');
-                      val target(emscripten::typed_memory_view(
-                          length, reinterpret_cast<unsigned char*>(bytes.data())));
-                      target.call<void>("set", bytesView);
+                      const std::string bytes = dom::bytesOf(buffer);
                       if (!files_.fileRead(name, bytes)) return;
                       current_ = handle;
                       if (present(handle)) {

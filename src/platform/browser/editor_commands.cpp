@@ -220,7 +220,7 @@ void EditorCommands::displayChanged() {
       if (path.empty() || path.front() != '/') path.insert(0, 1, '/');
       doc.createStyleSheet(url + path);
     }
-    if (hooks_.updateStatus) hooks_.updateStatus();
+    if (hooks_.updateStatus && !engine_.paintPending()) hooks_.updateStatus();
   });
 }
 

@@ -399,7 +399,7 @@ void Engine::handleEvent(int kind, const val& event) {
       break;
     case kMicrotask:
       microtaskQueued_ = false;
-      if (!changePending_ || paintPending_) break;
+      if (!changePending_) break;
       if (firedThisFrame_) {
         deferredToFrame_ = true;
       } else {
@@ -476,11 +476,9 @@ void Engine::handleEvent(int kind, const val& event) {
       settleCaret();
       break;
     case kLoadPainted:
+      // What waited for the paint is told now.
       paintPending_ = false;
-      if (changePending_ && !microtaskQueued_) {
-        microtaskQueued_ = true;
-        val::global("queueMicrotask")(once(kMicrotask));
-      }
+      noteChange(false);
       break;
     case kDocumentComplete:
       raise("DocumentComplete");

@@ -132,6 +132,10 @@ class Engine {
   void caretToStart();
   // Places a caret that caretToStart left waiting, now.
   void settleCaret();
+  // A loaded document has not been painted yet. What asks about the selection (the toolbars'
+  // state) waits for the paint: it lays the whole document out at once, which the first frame
+  // does anyway; a DisplayChanged follows the paint.
+  bool paintPending() const { return paintPending_; }
   // A number that changes whenever the document's content does (a load, an edit, an undo): two
   // equal answers mean the content in between stayed as it was.
   std::uint64_t contentVersion();
@@ -303,9 +307,6 @@ class Engine {
   bool changePending_ = false;
   bool contentChanged_ = false;
   bool deferredToFrame_ = false;
-  // A loaded document not yet painted: DisplayChanged waits for the paint, because what its
-  // handlers ask of the selection lays the whole document out at once, which the first frame
-  // does anyway.
   bool paintPending_ = false;
   std::uint64_t contentVersion_ = 0;
   val lastSnapshot_ = val::null();

@@ -102,6 +102,15 @@ test('HTML view shows the cleaned body; returning without typing keeps what the 
   assert.equal(await edit.getByRole('menuitem', { name: 'Cut' }).getAttribute('aria-disabled'), null);
   assert.equal(await edit.getByRole('menuitem', { name: 'Undo' }).getAttribute('aria-disabled'), 'true');
   await page.keyboard.press('Escape');
+  // And on the toolbars, only cut, copy and paste; the selector's lists are off too.
+  const bars = page.locator('#editor1');
+  for (const name of ['Bold', 'Table', 'Undo', 'Center']) {
+    assert.equal(await bars.getByRole('button', { name, exact: true }).isDisabled(), true, name);
+  }
+  for (const name of ['Cut', 'Copy', 'Paste']) {
+    assert.equal(await bars.getByRole('button', { name, exact: true }).isDisabled(), false, name);
+  }
+  assert.equal(await bars.getByRole('combobox', { name: 'Block Format', exact: true }).isDisabled(), true);
 
   await page.getByRole('menubar').getByRole('menuitem', { name: 'View', exact: true }).click();
   assert.equal(await viewItem(page, 'HTML').getAttribute('role'), 'menuitemcheckbox');
@@ -111,6 +120,8 @@ test('HTML view shows the cleaned body; returning without typing keeps what the 
 
   await viewTab(page, 'WYSIWYG').click();
   assert.equal(await sourceBox(page).isVisible(), false);
+  assert.equal(await bars.getByRole('button', { name: 'Bold', exact: true }).isDisabled(), false);
+  assert.equal(await bars.getByRole('combobox', { name: 'Block Format', exact: true }).isDisabled(), false);
   const { body } = await engineState(page);
   const recleaned = await page.evaluate(() => document.getElementById('editor1').getBodyHTML());
   assert.equal(recleaned, expected);

@@ -133,6 +133,7 @@ void EditorViews::setView(std::string_view viewKey) {
   val engineBox = view_.element(Child::Engine);
   if (viewKey == "html" && state.currentView != View::Html) {
     setAllMenuItemsGrayed(true);
+    if (sourceViewShown) sourceViewShown(true);
     setAside(engineBox);
     source_.set("hidden", true);
     state.currentView = View::Html;
@@ -158,6 +159,7 @@ void EditorViews::setView(std::string_view viewKey) {
     source_.call<void>("focus");
   } else if (viewKey == "wysiwyg" && state.currentView != View::Wysiwyg) {
     setAllMenuItemsGrayed(false);
+    if (sourceViewShown) sourceViewShown(false);
     engineBox.set("hidden", true);
     // (A long source kept laid out while hidden slows every frame of the WYSIWYG view down.)
     source_.set("hidden", true);

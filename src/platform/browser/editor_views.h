@@ -3,6 +3,7 @@
 #include <emscripten/val.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +35,8 @@ class EditorViews {
   void loadDocument(const std::string& content);
   // A collapsed selection at the start of the body, once the document has been painted.
   void caretToStart();
+  // Told each time the HTML view is shown (true) or left (false), for the toolbars.
+  std::function<void(bool shown)> sourceViewShown;
   // The body cleaned up; nothing when the clean-up failed (never a part of the document).
   std::optional<std::string> getBodyHTML() const;
   // 0: getBodyHTML; 1: the body's plain text; anything else: "". Nothing when it failed.

@@ -137,6 +137,7 @@ ElementHost::ElementHost(val element) : element_(std::move(element)) {
 
 void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
   views_ = std::make_unique<EditorViews>(*view_, *menuBar_, control_->state());
+  views_->sourceViewShown = [this](bool shown) { toolbars_->sourceViewShown(shown); };
   editor::ServerDocumentHooks documentHooks;
   documentHooks.storeContent = [this](std::string document) {
     control_->letProperty("content", std::move(document));

@@ -189,6 +189,16 @@ void EditorToolbars::connect(editor::ControlHooks& hooks) {
   };
 }
 
+void EditorToolbars::sourceViewShown(bool shown) {
+  for (toolbars::ctlToolbar* bar : {&standard_, &objects_, &textFormat_}) {
+    for (int i = 1; i <= static_cast<int>(bar->count()); ++i) bar->buttonEnabled(i, !shown);
+  }
+  for (int list = 0; list < 3; ++list) selector_.enableItem(list, !shown);
+  if (shown) {
+    for (const char* key : {"cut", "copy", "paste"}) standard_.buttonEnabled(key, true);
+  }
+}
+
 void EditorToolbars::setDispatch(std::function<void(const std::string& key)> dispatch) {
   standard_.ButtonClick = dispatch;
   objects_.ButtonClick = dispatch;

@@ -74,6 +74,9 @@ class EditorToolbars {
                          std::function<void(const std::string&)> fontChanged,
                          std::function<void(const std::string&)> sizeChanged);
   void setRefocus(std::function<void()> refocus) { selectorView_.picked = std::move(refocus); }
+  // The HTML view disables every button and the three lists but cut, copy and paste; the WYSIWYG
+  // view enables them all again (the selection tracker then decides, as after any change).
+  void sourceViewShown(bool shown);
 
   toolbars::ctlToolbar& standard() { return standard_; }
   toolbars::ctlToolbar& objects() { return objects_; }

@@ -104,9 +104,11 @@ void fillStyleMenu(menubar::mcMenuBar& menuBar, const std::vector<std::string>& 
   if (disableStyleMenu) menuBar.setVisibleMenuButton("style", false);
 }
 
-std::string documentForEditing(std::string_view page, bool stripStyles) {
-  if (!stripStyles) return html::extractBodyContent(page);
-  return html::extractBodyContent(html::stripEmbeddedStyles(page));
+std::string documentForEditing(std::string page, bool stripStyles) {
+  if (!stripStyles) return html::takeBodyContent(std::move(page));
+  std::string stripped = html::stripEmbeddedStyles(page);
+  std::string().swap(page);
+  return html::takeBodyContent(std::move(stripped));
 }
 
 std::optional<std::string> contentIdFromSaveAnswer(std::string_view body) {
@@ -166,31 +168,25 @@ std::string timeoutReason(int httpTimeout) {
   return "no answer within " + std::to_string(httpTimeout) + " seconds";
 }
 
-ChangeTracker::Digest ChangeTracker::Digest::of(std::string_view text) {
+void ChangeTracker::Digest::add(std::string_view text) {
   // FNV-1a, and a multiply-rotate hash with other constants; a document edited so that both
   // hashes and the length come out the same is not a practical case.
-  Digest d;
-  d.size = text.size();
-  std::uint64_t a = 0xcbf29ce484222325ULL;
-  std::uint64_t b = 0x9e3779b97f4a7c15ULL;
+  size += text.size();
+  std::uint64_t a = first;
+  std::uint64_t b = second;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
     a = (a ^ byte) * 0x100000001b3ULL;
     b = std::rotl((b ^ byte) * 0xff51afd7ed558ccdULL, 31);
   }
-  d.first = a;
-  d.second = b;
-  return d;
+  first = a;
+  second = b;
 }
 
-void ChangeTracker::loaded(std::string bodyHTML) {
-  stored_ = Digest::of(bodyHTML);
-  posting_ = Digest::of({});
+void ChangeTracker::loaded(const Digest& bodyHTML) {
+  stored_ = bodyHTML;
+  posting_ = Digest();
 }
-
-void ChangeTracker::saveStarted(std::string bodyHTML) { posting_ = Digest::of(bodyHTML); }
-
-void ChangeTracker::saveSucceeded() { stored_ = posting_; }
 
 bool KeepAliveCounter::tick(bool hasPath, std::int32_t keepAliveTimeout) {
   if (!hasPath) return false;
@@ -236,9 +232,9 @@ void ServerDocuments::loadFailed(std::string_view reason) {
 }
 
 bool ServerDocuments::hasUnsavedChanges() const {
-  if (!hooks_.bodyHTML) return false;
+  if (!hooks_.bodyDigest) return false;
   // A document that cannot be prepared cannot be saved either: it counts as changed.
-  const std::optional<std::string> current = hooks_.bodyHTML();
+  const std::optional<ChangeTracker::Digest> current = hooks_.bodyDigest();
   return !current || changes_.changed(*current);
 }
 
@@ -296,8 +292,11 @@ void ServerDocuments::saveToServer() {
     }
     http::addCommonVariables(save_, properties_);
     save_.addFormVariable("vmContent", 0, *text);
-    const std::optional<std::string> posted = hooks_.bodyHTML ? hooks_.bodyHTML() : text;
-    changes_.saveStarted(posted.value_or(*text));
+    // What counts as stored after the save is the body as getBodyHTML hands it out, whatever
+    // form of the document the save posts.
+    std::optional<ChangeTracker::Digest> posted;
+    if (properties_.saveContentMethod() != BodyHTML && hooks_.bodyDigest) posted = hooks_.bodyDigest();
+    changes_.saveStarted(posted.value_or(ChangeTracker::Digest::of(*text)));
     status(kStatusSaving);
     saving_ = http::startExchange(save_, 1, properties_.pathToSaveToServer(),
                                   properties_.pathToSaveToServer(), properties_);
@@ -330,9 +329,8 @@ void ServerDocuments::wireContent() {
       http::showHttpMessage("HTTP Success", kContentSuccess, body, source);
       const bool strip = !properties_.pathToStyleSheet().empty() &&
                          properties_.switchValue("DisableCssStyles") == 0;
-      std::string document = documentForEditing(body, strip);
-      // The answer is not needed once its body is out: loading makes more copies of the document.
-      std::string().swap(body);
+      // The answer becomes the document: loading makes more copies of it.
+      std::string document = documentForEditing(std::move(body), strip);
       if (hooks_.storeContent) hooks_.storeContent(std::move(document));
     });
     state_.requestInProgress = false;

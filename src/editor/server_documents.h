@@ -32,8 +32,9 @@ void fillStyleMenu(menubar::mcMenuBar& menuBar, const std::vector<std::string>& 
                    bool disableStyleMenu);
 
 // A fetched page made ready for editing: its own styling stripped when `stripStyles`, then reduced
-// to the inner HTML of its body (kept whole when it has no body).
-std::string documentForEditing(std::string_view page, bool stripStyles);
+// to the inner HTML of its body (kept whole when it has no body). The page's own memory becomes
+// the document's.
+std::string documentForEditing(std::string page, bool stripStyles);
 
 // The identifier a save answer carries ("<vmContentID>42</vmContentID>"), or nullopt when the
 // answer does not parse or has another root.
@@ -64,28 +65,33 @@ inline constexpr std::string_view kUnpreparedReason = "the document could not be
 // (white space between tags, letter case) never counts as a change.
 class ChangeTracker {
  public:
-  // The document now in the editor is the stored one.
-  void loaded(std::string bodyHTML);
-  // A save posts this document; it becomes the stored one if the save succeeds. A later save
-  // replaces it.
-  void saveStarted(std::string bodyHTML);
-  void saveSucceeded();
-  bool changed(std::string_view currentBodyHTML) const { return Digest::of(currentBodyHTML) != stored_; }
-
   // What is kept of a document to tell whether another one is the same: its length and two
   // independent 64-bit hashes of its bytes, instead of a copy of a document that may run to
-  // megabytes.
+  // megabytes. It takes the text in pieces, as the clean-up hands it on.
   struct Digest {
     std::size_t size = 0;
-    std::uint64_t first = 0;
-    std::uint64_t second = 0;
-    static Digest of(std::string_view text);
+    std::uint64_t first = 0xcbf29ce484222325ULL;
+    std::uint64_t second = 0x9e3779b97f4a7c15ULL;
+    void add(std::string_view text);
+    static Digest of(std::string_view text) {
+      Digest d;
+      d.add(text);
+      return d;
+    }
     bool operator==(const Digest&) const = default;
   };
 
+  // The document now in the editor is the stored one.
+  void loaded(const Digest& bodyHTML);
+  // A save posts this document; it becomes the stored one if the save succeeds. A later save
+  // replaces it.
+  void saveStarted(const Digest& bodyHTML) { posting_ = bodyHTML; }
+  void saveSucceeded() { stored_ = posting_; }
+  bool changed(const Digest& currentBodyHTML) const { return currentBodyHTML != stored_; }
+
  private:
-  Digest stored_ = Digest::of({});
-  Digest posting_ = Digest::of({});
+  Digest stored_;
+  Digest posting_;
 };
 
 // Ticks since the last keep-alive request (16-bit, as the timer counts them).
@@ -115,9 +121,9 @@ struct ServerDocumentHooks {
   std::function<void(const std::string& page)> showSaveError;
   // The `ContentID` Let, with its PropertyChanged (the bare store by default).
   std::function<void(const std::string& id)> storeContentID;
-  // getBodyHTML of the engine's document, for the change tracker; nothing when it could not be
-  // prepared.
-  std::function<std::optional<std::string>()> bodyHTML;
+  // The digest of getBodyHTML of the engine's document, for the change tracker; nothing when it
+  // could not be prepared.
+  std::function<std::optional<ChangeTracker::Digest>()> bodyDigest;
   // The status strip's text.
   std::function<void(const std::string& text)> showStatus;
   // True while the document request is under way: the editing area takes no input.

@@ -271,6 +271,8 @@ void lowerCaseTagInto(std::string_view tag, std::string& out) {
 class Formatter {
  public:
   explicit Formatter(std::size_t expectedSize) { out_.reserve(expectedSize + expectedSize / 4 + 16); }
+  // The output handed on to `sink` in pieces instead of kept whole.
+  explicit Formatter(const Cleaner::Sink* sink) : sink_(sink) { out_.reserve(kPieceSize + kPieceSize / 4); }
 
   void text(std::string_view text) {
     if (ascii::isBlankOnly(text)) return;
@@ -290,6 +292,7 @@ class Formatter {
     }
     appendEncoded(out_, text.substr(chunk));
     column_ = column;
+    handOn();
   }
 
   void tag(std::string_view rawTag) {
@@ -348,6 +351,7 @@ class Formatter {
         lineBreak();
         break;
     }
+    handOn();
   }
 
   // Text left over after the last tag is not inside any element and becomes a paragraph of its own.
@@ -356,9 +360,16 @@ class Formatter {
     put("<p>");
     put(text);
     put("</p>");
+    handOn();
   }
 
   std::string take() { return std::move(out_); }
+
+  // What is left of the output, to the sink.
+  void finish() {
+    if (sink_ && !out_.empty()) (*sink_)(out_);
+    out_.clear();
+  }
 
  private:
   bool atLineStart() const {
@@ -372,6 +383,15 @@ class Formatter {
   void lineBreak() {
     out_.append(kLineBreak);
     column_ = 0;
+    handOn();
+  }
+  // Hands a full piece on to the sink, keeping the last two bytes, which tell whether a line has
+  // just begun.
+  void handOn() {
+    if (!sink_ || out_.size() < kPieceSize) return;
+    const std::size_t kept = kLineBreak.size();
+    (*sink_)(std::string_view(out_).substr(0, out_.size() - kept));
+    out_.erase(0, out_.size() - kept);
   }
   // The level stops at the ends of its range instead of wrapping round (it takes gigabytes of tags
   // to get there).
@@ -387,6 +407,7 @@ class Formatter {
     column_ += width;
   }
 
+  const Cleaner::Sink* sink_ = nullptr;
   std::string out_;
   std::string tag_;
   std::size_t column_ = 0;  // characters after the last line break, before entity encoding
@@ -395,59 +416,76 @@ class Formatter {
 
 constexpr bool isWhiteSpace(char c) { return c == ' ' || c == '\r' || c == '\n' || c == '\t'; }
 
-// One pass over the raw text. White space is normalised on the way in, exactly as a separate
-// preparation would do it: line feeds, carriage returns and tabs become blanks, runs of blanks
-// become one, a blank between ">" and "<" disappears and both ends are trimmed. A blank is held
-// back until the next other byte shows whether it survives. Only the text or tag being collected
-// is buffered, never a prepared copy of the whole document.
-std::string cleanText(std::string_view html) {
-  Formatter result(html.size());
-  std::string segment;  // the text since the last tag, or the tag being read
-  std::string tag;
-  std::vector<std::string_view> texts;
-  bool inTag = false;
-  bool blankPending = false;
-  bool started = false;  // a byte other than white space has been taken
-  char last = 0;         // the last byte taken other than a blank
-  const std::size_t n = html.size();
-  std::size_t i = 0;
-  while (i < n) {
-    const char c = html[i];
-    if (isWhiteSpace(c)) {
-      blankPending = started;
-      ++i;
-      continue;
-    }
-    if (blankPending && !(c == '<' && last == '>')) segment.push_back(' ');
-    blankPending = false;
-    started = true;
-    last = c;
-    if (c == '<') {
-      if (!inTag) result.text(segment);  // inside a tag, a "<" drops the unfinished tag instead
-      segment.assign(1, '<');
-      inTag = true;
-      ++i;
-    } else if (c == '>' && inTag) {
-      segment.push_back('>');
-      if (ascii::findNoCase(segment, kDesigntime) == std::string_view::npos) {
-        result.tag(segment);
-      } else {
-        tag.clear();
-        removeDesigntimeInto(segment, tag, texts);
-        result.tag(tag);
+// One pass over the raw text, which may come in pieces split anywhere. White space is normalised
+// on the way in, exactly as a separate preparation would do it: line feeds, carriage returns and
+// tabs become blanks, runs of blanks become one, a blank between ">" and "<" disappears and both
+// ends are trimmed. A blank is held back until the next other byte shows whether it survives. Only
+// the text or tag being collected is buffered, never a prepared copy of the whole document.
+class Pass {
+ public:
+  explicit Pass(Formatter& result) : result_(result) {}
+
+  void feed(std::string_view html) {
+    const std::size_t n = html.size();
+    std::size_t i = 0;
+    while (i < n) {
+      const char c = html[i];
+      if (isWhiteSpace(c)) {
+        blankPending_ = started_;
+        ++i;
+        continue;
       }
-      segment.clear();
-      inTag = false;
-      ++i;
-    } else {
-      std::size_t end = i + 1;
-      while (end < n && !isWhiteSpace(html[end]) && html[end] != '<' && html[end] != '>') ++end;
-      segment.append(html, i, end - i);
-      last = html[end - 1];
-      i = end;
+      if (blankPending_ && !(c == '<' && last_ == '>')) segment_.push_back(' ');
+      blankPending_ = false;
+      started_ = true;
+      last_ = c;
+      if (c == '<') {
+        if (!inTag_) result_.text(segment_);  // inside a tag, a "<" drops the unfinished tag instead
+        segment_.assign(1, '<');
+        inTag_ = true;
+        ++i;
+      } else if (c == '>' && inTag_) {
+        segment_.push_back('>');
+        if (ascii::findNoCase(segment_, kDesigntime) == std::string_view::npos) {
+          result_.tag(segment_);
+        } else {
+          tag_.clear();
+          removeDesigntimeInto(segment_, tag_, texts_);
+          result_.tag(tag_);
+        }
+        segment_.clear();
+        inTag_ = false;
+        ++i;
+      } else {
+        std::size_t end = i + 1;
+        while (end < n && !isWhiteSpace(html[end]) && html[end] != '<' && html[end] != '>') ++end;
+        segment_.append(html, i, end - i);
+        last_ = html[end - 1];
+        i = end;
+      }
     }
   }
-  if (!inTag) result.strayText(segment);  // a tag never closed is dropped
+
+  void end() {
+    if (!inTag_) result_.strayText(segment_);  // a tag never closed is dropped
+  }
+
+ private:
+  Formatter& result_;
+  std::string segment_;  // the text since the last tag, or the tag being read
+  std::string tag_;
+  std::vector<std::string_view> texts_;
+  bool inTag_ = false;
+  bool blankPending_ = false;
+  bool started_ = false;  // a byte other than white space has been taken
+  char last_ = 0;         // the last byte taken other than a blank
+};
+
+std::string cleanText(std::string_view html) {
+  Formatter result(html.size());
+  Pass pass(result);
+  pass.feed(html);
+  pass.end();
   return result.take();
 }
 
@@ -457,6 +495,23 @@ std::optional<std::string> cleanHTML(std::string_view html) {
   std::optional<std::string> cleaned;
   guarded("cleanHTML", [&] { cleaned = cleanText(html); });
   return cleaned;
+}
+
+struct Cleaner::Parts {
+  explicit Parts(const Sink* sink) : formatter(sink), pass(formatter) {}
+  Formatter formatter;
+  Pass pass;
+};
+
+Cleaner::Cleaner(Sink sink) : sink_(std::move(sink)), parts_(std::make_unique<Parts>(&sink_)) {}
+
+Cleaner::~Cleaner() = default;
+
+void Cleaner::feed(std::string_view html) { parts_->pass.feed(html); }
+
+void Cleaner::finish() {
+  parts_->pass.end();
+  parts_->formatter.finish();
 }
 
 std::string encodeEntities(std::string_view text) {

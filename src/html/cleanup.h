@@ -15,6 +15,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,6 +44,32 @@ inline constexpr std::size_t kMaxOutputFactor = kMaxIndentLevel + 2;
 // A clean-up that fails (for want of memory) is logged by the error convention and gives no text at
 // all, never a part of the document: callers must not hand out or send anything in its place.
 std::optional<std::string> cleanHTML(std::string_view html);
+
+// About how much output a Cleaner gathers before it hands a piece on.
+inline constexpr std::size_t kPieceSize = 32 * 1024;
+
+// The same clean-up, taking its input in pieces and handing its output on in pieces of about
+// kPieceSize bytes, so that a long document is never held whole on either side. The input may be
+// split anywhere, even inside a character or a tag; the output pieces are split anywhere too, and
+// joined they are exactly what cleanHTML gives for the joined input. A failure (for want of
+// memory) throws; the caller decides what becomes of the pieces already handed on.
+class Cleaner {
+ public:
+  using Sink = std::function<void(std::string_view)>;
+  explicit Cleaner(Sink sink);
+  ~Cleaner();
+  Cleaner(const Cleaner&) = delete;
+  Cleaner& operator=(const Cleaner&) = delete;
+
+  void feed(std::string_view html);
+  // The end of the input: the rest of the output goes to the sink.
+  void finish();
+
+ private:
+  struct Parts;
+  Sink sink_;
+  std::unique_ptr<Parts> parts_;
+};
 
 // The character-reference step alone: every character from 162 to 255 except the soft hyphen (173)
 // becomes "&#" + its decimal code + ";"; everything else is copied unchanged, including 160, 161,

@@ -1,6 +1,7 @@
 #include "html/splice.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "common/diagnostics.h"
 #include "html/ascii.h"
@@ -146,14 +147,32 @@ std::string stripEmbeddedStyles(std::string_view doc) {
   return stripped;
 }
 
-std::string extractBodyContent(std::string_view doc) {
+namespace {
+
+// Where extractBodyContent's text starts and ends in `doc`: all of it when there is no body.
+std::pair<std::size_t, std::size_t> bodyContentRange(std::string_view doc) {
+  const std::pair<std::size_t, std::size_t> whole{0, doc.size()};
   const std::size_t body = ascii::findNoCase(doc, "<body");
-  if (body == npos) return std::string(doc);
+  if (body == npos) return whole;
   const std::size_t open = doc.find('>', body);
-  if (open == npos) return std::string(doc);
+  if (open == npos) return whole;
   const std::size_t close = ascii::findNoCase(doc, "</body", open + 1);
-  if (close == npos || doc.find('>', close) == npos) return std::string(doc);
-  return std::string(doc.substr(open + 1, close - open - 1));
+  if (close == npos || doc.find('>', close) == npos) return whole;
+  return {open + 1, close};
+}
+
+}  // namespace
+
+std::string extractBodyContent(std::string_view doc) {
+  const auto [start, end] = bodyContentRange(doc);
+  return std::string(doc.substr(start, end - start));
+}
+
+std::string takeBodyContent(std::string doc) {
+  const auto [start, end] = bodyContentRange(doc);
+  doc.erase(end);
+  doc.erase(0, start);
+  return doc;
 }
 
 bool hasStylesheetLink(std::string_view doc) {

@@ -32,6 +32,8 @@ std::string stripEmbeddedStyles(std::string_view doc);
 // The inner HTML of the body: the text between the ">" that ends the first "<body" tag and the
 // first "</body" after it, provided a ">" closes that "</body". Otherwise the document unchanged.
 std::string extractBodyContent(std::string_view doc);
+// The same, made of `doc` itself instead of a copy.
+std::string takeBodyContent(std::string doc);
 
 // Whether the first "<link " tag of the document, through its ">", contains "stylesheet" or
 // " rel". False when there is no "<link " or it is never closed.

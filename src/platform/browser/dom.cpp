@@ -112,6 +112,50 @@ std::string stringOf(const val& text) {
   return bytesOf(encoder.call<val>("encode", text));
 }
 
+void forEachPieceOf(const val& text, const std::function<void(std::string_view)>& piece) {
+  if (!text.isString()) return;
+  static const val encoder = val::global("TextEncoder").new_();
+  // A UTF-16 unit takes at most three bytes of UTF-8 (a pair of them four), so a part of this many
+  // units always fits the buffer whole.
+  constexpr int kUnits = 8 * 1024;
+  std::string buffer(3 * kUnits, '\0');
+  const int length = text["length"].as<int>();
+  for (int at = 0; at < length;) {
+    int end = std::min(length, at + kUnits);
+    if (end < length) {
+      const int last = text.call<int>("charCodeAt", end - 1);
+      if (last >= 0xD800 && last <= 0xDBFF) --end;  // the first half of a pair waits for its second
+    }
+    const val done = encoder.call<val>(
+        "encodeInto", text.call<val>("substring", at, end),
+        val(emscripten::typed_memory_view(buffer.size(), reinterpret_cast<unsigned char*>(buffer.data()))));
+    piece(std::string_view(buffer.data(), done["written"].as<std::size_t>()));
+    at = end;
+  }
+}
+
+TextBuilder::TextBuilder() : decoder_(val::global("TextDecoder").new_()), parts_(val::array()) {}
+
+void TextBuilder::append(std::string_view bytes) {
+  if (bytes.empty()) return;
+  static const val streaming = [] {
+    val options = val::object();
+    options.set("stream", true);
+    return options;
+  }();
+  parts_.call<void>("push", decoder_.call<val>("decode",
+                                               val(emscripten::typed_memory_view(
+                                                   bytes.size(), reinterpret_cast<const unsigned char*>(bytes.data()))),
+                                               streaming));
+}
+
+val TextBuilder::take() {
+  parts_.call<void>("push", decoder_.call<val>("decode"));
+  const val text = parts_.call<val>("join", std::string());
+  parts_ = val::array();
+  return text;
+}
+
 std::string bytesOf(const val& bytes) {
   const val view = bytes.instanceof(val::global("Uint8Array")) ? bytes : val::global("Uint8Array").new_(bytes);
   std::string out(view["length"].as<std::size_t>(), '\0');

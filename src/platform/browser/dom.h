@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +45,23 @@ val textOf(std::string_view text);
 // The UTF-8 bytes of the JavaScript string `text` ("" when it is not a string), with one buffer of
 // the module's memory: reading it with as<std::string>() holds two at once.
 std::string stringOf(const val& text);
+// Hands the UTF-8 form of the JavaScript string `text` to `piece` a part of some ten kilobytes at
+// a time, so that a document read out of the page never has a copy of its own in the module's
+// memory. A character is never split between two parts.
+void forEachPieceOf(const val& text, const std::function<void(std::string_view)>& piece);
+// Builds a JavaScript string from UTF-8 pieces split anywhere, even inside a character: what the
+// module hands out piece by piece is never whole in its memory.
+class TextBuilder {
+ public:
+  TextBuilder();
+  void append(std::string_view bytes);
+  // The whole text; the builder is then empty again.
+  val take();
+
+ private:
+  val decoder_;
+  val parts_;
+};
 // The bytes of a Uint8Array or ArrayBuffer, copied once into the string that keeps them.
 std::string bytesOf(const val& bytes);
 // A Uint8Array of its own holding `bytes` (a copy: the module's memory may move under a view).

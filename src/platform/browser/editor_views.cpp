@@ -35,9 +35,9 @@ EditorViews::~EditorViews() = default;
 
 void EditorViews::attach(Engine& engine) {
   engine_ = &engine;
-  if (pending_) {
-    const std::string document = std::move(*pending_);
-    pending_.reset();
+  if (!pending_.isNull()) {
+    const val document = pending_;
+    pending_ = val::null();
     loadDocument(document);
   }
 }
@@ -50,9 +50,12 @@ void EditorViews::handleEvent(int kind, int index) {
   }
 }
 
-void EditorViews::loadDocument(const std::string& content) {
+void EditorViews::loadDocument(const std::string& content) { loadDocument(dom::textOf(content)); }
+
+void EditorViews::loadDocument(const val& content) {
   guarded("loadDocument", [&] {
     if (!engine_) {
+      // Kept as the page's string: the module's memory, once grown for a copy, stays that size.
       pending_ = content;
       return;
     }
@@ -81,33 +84,52 @@ void EditorViews::caretToStart() {
   if (engine_) engine_->caretToStart();
 }
 
-std::optional<std::string> EditorViews::getBodyHTML() const {
-  std::optional<std::string> html;
-  const bool done = guarded("getBodyHTML", [&] {
+bool EditorViews::cleanBody(const html::Cleaner::Sink& piece) const {
+  return guarded("getBodyHTML", [&] {
+    html::Cleaner cleaner(piece);
     if (engine_) {
-      html = html::cleanHTML(engine_->DOM().body().innerHTML());
-    } else if (pending_) {
-      html = html::cleanHTML(html::extractBodyContent(*pending_));
-    } else {
-      html = std::string();
+      // Read and cleaned a part at a time: a long document is never whole in the module's memory.
+      dom::forEachPieceOf(engine_->DOM().body().js()["innerHTML"], [&](std::string_view part) { cleaner.feed(part); });
+    } else if (!pending_.isNull()) {
+      cleaner.feed(html::takeBodyContent(dom::stringOf(pending_)));
     }
+    cleaner.finish();
   });
-  if (!done) return std::nullopt;
+}
+
+std::optional<std::string> EditorViews::getBodyHTML() const {
+  std::string html;
+  if (!cleanBody([&](std::string_view piece) { html.append(piece); })) return std::nullopt;
   return html;
 }
 
+std::optional<editor::ChangeTracker::Digest> EditorViews::bodyDigest() const {
+  editor::ChangeTracker::Digest digest;
+  if (!cleanBody([&](std::string_view piece) { digest.add(piece); })) return std::nullopt;
+  return digest;
+}
+
+std::optional<val> EditorViews::bodyText() const {
+  dom::TextBuilder text;
+  if (!cleanBody([&](std::string_view piece) { text.append(piece); })) return std::nullopt;
+  return text.take();
+}
+
 std::optional<std::string> EditorViews::getContent(std::int32_t contentType) const {
+  if (contentType == editor::BodyHTML) return engine_ ? getBodyHTML() : std::string();
   std::optional<std::string> text;
   const bool done = guarded("getContent", [&] {
     text = std::string();
-    if (!engine_) return;
-    if (contentType == editor::BodyHTML) {
-      text = getBodyHTML();
-    } else if (contentType == editor::BodyText) {
-      text = engine_->DOM().body().createTextRange().text();
-    }
+    if (engine_ && contentType == editor::BodyText) text = engine_->DOM().body().createTextRange().text();
   });
   return done ? text : std::nullopt;
+}
+
+std::optional<val> EditorViews::contentText(std::int32_t contentType) const {
+  if (contentType == editor::BodyHTML && engine_) return bodyText();
+  const std::optional<std::string> text = getContent(contentType);
+  if (!text) return std::nullopt;
+  return dom::textOf(*text);
 }
 
 void EditorViews::setAllMenuItemsGrayed(bool grayed) {
@@ -144,9 +166,9 @@ void EditorViews::setView(std::string_view viewKey) {
     suppress_ = true;
     // The source box is what goes back into the engine: when the clean-up fails it shows the body
     // as it is rather than nothing.
-    const auto cleaned = getBodyHTML();
-    const val text = cleaned ? dom::textOf(*cleaned)
-                             : val(engine_ ? engine_->DOM().body().innerHTML() : std::string());
+    const std::optional<val> cleaned = bodyText();
+    const val text = cleaned ? *cleaned
+                             : (engine_ ? engine_->DOM().body().js()["innerHTML"] : val(std::string()));
     // The same text again is not written again. (The box gives its text back with bare line
     // feeds, so it is compared with what was written into it.)
     if (!text.strictlyEquals(written_)) {

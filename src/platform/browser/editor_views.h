@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "editor/control_state.h"
+#include "editor/server_documents.h"
+#include "html/cleanup.h"
 #include "platform/browser/control_view.h"
 #include "platform/browser/event_route.h"
 
@@ -33,14 +35,21 @@ class EditorViews {
   // Puts the document into the engine, scrolls to the top, refreshes the source box and puts the
   // caret at the start. Before the engine exists the document waits for it.
   void loadDocument(const std::string& content);
+  void loadDocument(const emscripten::val& content);
   // A collapsed selection at the start of the body, once the document has been painted.
   void caretToStart();
   // Told each time the HTML view is shown (true) or left (false), for the toolbars.
   std::function<void(bool shown)> sourceViewShown;
   // The body cleaned up; nothing when the clean-up failed (never a part of the document).
   std::optional<std::string> getBodyHTML() const;
+  // The same as a JavaScript string, for the page, and as a digest, for the change tracker: the
+  // module's memory then never holds the whole of it.
+  std::optional<emscripten::val> bodyText() const;
+  std::optional<editor::ChangeTracker::Digest> bodyDigest() const;
   // 0: getBodyHTML; 1: the body's plain text; anything else: "". Nothing when it failed.
   std::optional<std::string> getContent(std::int32_t contentType) const;
+  // The same as a JavaScript string.
+  std::optional<emscripten::val> contentText(std::int32_t contentType) const;
   // "wysiwyg" or "html"; any other key, or the current view's, does nothing. Nor does a switch
   // while the document is loading: the source box would write into a document about to go.
   void setView(std::string_view viewKey);
@@ -50,6 +59,9 @@ class EditorViews {
 
  private:
   void sourceChanged();
+  // The body as getBodyHTML hands it out, to `piece` a part at a time; false when the clean-up
+  // failed (the parts handed on so far are then not the document).
+  bool cleanBody(const html::Cleaner::Sink& piece) const;
   void setAllMenuItemsGrayed(bool grayed);
   void selectTab(int index);
   static void setAside(emscripten::val box);
@@ -60,8 +72,8 @@ class EditorViews {
   EditorMenuBar& menuBar_;
   editor::ControlState& state_;
   Engine* engine_ = nullptr;
-  // A document loaded before the engine existed.
-  std::optional<std::string> pending_;
+  // A document loaded before the engine existed (a JavaScript string), or null.
+  emscripten::val pending_ = emscripten::val::null();
   emscripten::val source_;
   EventRoute route_{"EditorViews"};
   // True while the control itself writes the source box.

@@ -92,7 +92,7 @@ Engine::Engine(val container) : id_(gNextId++), container_(std::move(container))
   history_ = std::make_unique<UndoHistory>(observer_);
   listen(overlay_, "mousedown", kOverlayDown);
   listenToDocument();
-  loadDocument("<html><head></head><body></body></html>");
+  loadDocument(val("<html><head></head><body></body></html>"));
 }
 
 void Engine::listenToDocument() {
@@ -186,9 +186,11 @@ std::string Engine::DocumentHTML() const {
   return html;
 }
 
-void Engine::setDocumentHTML(const std::string& html) { loadDocument(html); }
+void Engine::setDocumentHTML(const std::string& html) { loadDocument(dom::textOf(html)); }
 
-void Engine::loadDocument(const std::string& html) {
+void Engine::setDocumentHTML(const val& html) { loadDocument(html); }
+
+void Engine::loadDocument(const val& html) {
   busy_ = true;
   hideMenu();
   closeFind();
@@ -197,7 +199,7 @@ void Engine::loadDocument(const std::string& html) {
   // the frame's document object stays the same (with the engine's listeners on it), and nothing
   // in the markup can act while it is parsed. A refresh pragma would act on insertion, so it is
   // dropped first.
-  val parsed = val::global("DOMParser").new_().call<val>("parseFromString", dom::textOf(html), std::string("text/html"));
+  val parsed = val::global("DOMParser").new_().call<val>("parseFromString", html, std::string("text/html"));
   const val refreshes =
       parsed.call<val>("querySelectorAll", std::string("meta[http-equiv=\"refresh\" i]"));
   for (int i = refreshes["length"].as<int>() - 1; i >= 0; --i) refreshes[i].call<void>("remove");

@@ -96,6 +96,8 @@ class Engine {
   std::string DocumentHTML() const;
   // Replaces the whole document. Undo history starts afresh; DocumentComplete follows.
   void setDocumentHTML(const std::string& html);
+  // The same from a JavaScript string.
+  void setDocumentHTML(const emscripten::val& html);
   bool Busy() const { return busy_; }
   // While locked the document takes no input at all (it leaves design mode): a document that is
   // still on its way would replace whatever was typed.
@@ -183,7 +185,7 @@ class Engine {
   struct DomTable;
 
   // ---- document and events (engine.cpp)
-  void loadDocument(const std::string& html);
+  void loadDocument(const emscripten::val& html);
   // Design mode, the markup settings and the observer over the body of the current document.
   // A new document starts a fresh undo history; a moved one keeps it.
   void attachDocument(bool keepHistory = false);

@@ -25,9 +25,9 @@ namespace {
 
 const char* const kStyleSheetHref = "vellmar.css";
 
-val handedOut(std::optional<std::string> document) {
+val handedOut(std::optional<val> document) {
   if (!document) val::global("Error").new_(std::string("The document could not be prepared")).throw_();
-  return val(std::move(*document));
+  return std::move(*document);
 }
 
 }  // namespace
@@ -146,7 +146,7 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
     control_->letProperty("ContentID", id);
   };
   documentHooks.getContent = [this](std::int32_t type) { return views_->getContent(type); };
-  documentHooks.bodyHTML = [this] { return views_->getBodyHTML(); };
+  documentHooks.bodyDigest = [this] { return views_->bodyDigest(); };
   documentHooks.classesExtracted = [this](const std::vector<std::string>& classes) {
     editor::fillStyleMenu(menuBar_->model(), classes,
                           editor::PropertySet::shared().isOn("DisableStyleMenu"));
@@ -167,7 +167,7 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
   hooks.loadDocument = [this](const std::string& document) {
     views_->loadDocument(document);
     // What was just loaded is the stored document; changes count from here.
-    documents_->changes().loaded(views_->getBodyHTML().value_or(std::string()));
+    documents_->changes().loaded(views_->bodyDigest().value_or(editor::ChangeTracker::Digest()));
   };
 }
 
@@ -233,7 +233,7 @@ void ElementHost::show() {
       view_->setEngineAccess([this] { return engine_->Busy(); },
                              [this] { guarded("caretToStart", [&] { views_->caretToStart(); }); });
       // A document given before (the `content` parameter) is now as the engine holds it.
-      documents_->changes().loaded(views_->getBodyHTML().value_or(std::string()));
+      documents_->changes().loaded(views_->bodyDigest().value_or(editor::ChangeTracker::Digest()));
     } else {
       // Shown again, usually after the element was moved in the page: the engine keeps its
       // document, and the editor starts again in the WYSIWYG view, as every show does.
@@ -300,9 +300,9 @@ bool ElementHost::setProperty(const std::string& name, const val& value) {
   return control_->letProperty(name, fromJs(value));
 }
 
-val ElementHost::getContent(int contentType) { return handedOut(views_->getContent(contentType)); }
+val ElementHost::getContent(int contentType) { return handedOut(views_->contentText(contentType)); }
 
-val ElementHost::getBodyHTML() { return handedOut(views_->getBodyHTML()); }
+val ElementHost::getBodyHTML() { return handedOut(views_->bodyText()); }
 
 bool ElementHost::hasUnsavedChanges() const { return documents_->hasUnsavedChanges(); }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <utility>
@@ -347,6 +348,45 @@ TEST(CleanHTML, AgreesWithTheStepByStepDescriptionOnArbitraryBytes) {
     for (unsigned k = 0; k < size; ++k) doc += alphabet[rng() % alphabet.size()];
     ASSERT_EQ(cleanHTML(doc), reference::cleanHTML(doc)) << doc;
   }
+}
+
+
+// The clean-up fed in pieces split anywhere, the output gathered from its pieces.
+std::string cleanedInPieces(std::string_view doc, std::mt19937& rng, std::size_t largestPiece,
+                            std::size_t* largestOutput = nullptr) {
+  std::string out;
+  Cleaner cleaner([&](std::string_view piece) {
+    if (largestOutput) *largestOutput = std::max(*largestOutput, piece.size());
+    out.append(piece);
+  });
+  while (!doc.empty()) {
+    const std::size_t take = std::min<std::size_t>(doc.size(), 1 + rng() % largestPiece);
+    cleaner.feed(doc.substr(0, take));
+    doc.remove_prefix(take);
+  }
+  cleaner.finish();
+  return out;
+}
+
+TEST(Cleaner, PiecesSplitAnywhereGiveTheWholeClean) {
+  std::mt19937 rng(7);
+  for (int i = 0; i < 3000; ++i) {
+    const std::string doc = randomDocument(rng);
+    ASSERT_EQ(cleanedInPieces(doc, rng, 1 + i % 9), *cleanHTML(doc)) << doc;
+  }
+  ASSERT_EQ(cleanedInPieces("", rng, 4), "");
+  ASSERT_EQ(cleanedInPieces("  \r\n ", rng, 1), "");
+}
+
+TEST(Cleaner, ALongDocumentComesOutInBoundedPieces) {
+  std::mt19937 rng(11);
+  std::string doc;
+  for (int i = 0; i < 4000; ++i) doc += "<P CLASS=x>Paragraph " + std::to_string(i) + ": " + words(30) + "</P>\r\n";
+  // Also one text of a megabyte between two tags: it breaks into lines, and is handed on by them.
+  doc += "<div>" + words(200000) + "</div>";
+  std::size_t largest = 0;
+  ASSERT_EQ(cleanedInPieces(doc, rng, 100000, &largest), *cleanHTML(doc));
+  EXPECT_LE(largest, kPieceSize + 512);
 }
 
 }  // namespace

@@ -92,6 +92,13 @@ TEST(ExtractBodyContent, IncompleteBodyLeavesTheDocumentWhole) {
   }
 }
 
+TEST(ExtractBodyContent, TakingTheDocumentGivesTheSameText) {
+  for (const std::string doc : {"<p>no body</p>", "<body <p>", "<body></body>", "<body>x</body",
+                                "<html><BODY a=b>\xC3\xA9<p>x</p></body ></html>", ""}) {
+    EXPECT_EQ(takeBodyContent(doc), extractBodyContent(doc)) << doc;
+  }
+}
+
 TEST(RemoveRange, KeepsTheHeadAndTheTailFromAPosition) {
   EXPECT_EQ(removeRange("abcdef", 2, 5), "abef");  // removes positions 3 and 4
   EXPECT_EQ(removeRange("abcdef", 0, 7), "");

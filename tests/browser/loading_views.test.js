@@ -88,6 +88,35 @@ test('getContent(0) is the clean-up of the served body; 1 is its text; other val
   await page.close();
 });
 
+test('a long document with characters of every width comes out whole in getContent and the HTML view', async () => {
+  const page = await env.openDemo();
+  // Characters of one to four bytes, and two long runs of emoji (two UTF-16 units each) an odd
+  // number of units apart, so that the editor's reading in parts meets pairs at its boundaries.
+  const doc = Array.from({ length: 600 }, (_, i) =>
+    `<p class="x">Para ${i}: caf\u00e9 \u20ac5 \u4e2d\u6587 \ud83d\ude00 <b>bold</b> text</p>`).join('') +
+    `<p>a${'\ud83d\ude00'.repeat(20000)}</p><p>${'\ud83d\ude00'.repeat(20000)}</p><p id="end">end</p>`;
+  const out = await page.evaluate((html) => {
+    const e = document.getElementById('editor1');
+    e.content = html;
+    return { engineBody: e.vellmarEngine.bodyHTML, content: e.getContent(0), bodyHTML: e.getBodyHTML() };
+  }, doc);
+  const clean = spawnSync(CLI, ['clean'], { input: out.engineBody, encoding: 'utf8', maxBuffer: 1 << 26 });
+  assert.equal(clean.status, 0, clean.stderr);
+  assert.ok(out.content.length > 70000, `${out.content.length} characters`);
+  assert.equal(out.content, clean.stdout);
+  assert.equal(out.bodyHTML, out.content);
+  assert.equal(out.content.match(/\ud83d\ude00/g).length, 40600);
+  assert.ok(!out.content.includes('\ufffd'), 'no character was broken');
+  assert.equal(out.content.match(/&#233;/g).length, 600);
+
+  // The HTML view shows the same text.
+  await viewTab(page, 'HTML').click();
+  await sourceBox(page).waitFor({ state: 'visible' });
+  const shown = await sourceBox(page).inputValue();
+  assert.equal(shown, out.content.replace(/\r\n/g, '\n'));
+  await page.close();
+});
+
 test('HTML view shows the cleaned body; returning without typing keeps what the clean-up wrote', async () => {
   const page = await env.openDemo();
   const expected = await page.evaluate(() => document.getElementById('editor1').getBodyHTML());

@@ -191,7 +191,11 @@ void EditorToolbars::connect(editor::ControlHooks& hooks) {
 
 void EditorToolbars::sourceViewShown(bool shown) {
   for (toolbars::ctlToolbar* bar : {&standard_, &objects_, &textFormat_}) {
-    for (int i = 1; i <= static_cast<int>(bar->count()); ++i) bar->buttonEnabled(i, !shown);
+    for (int i = 1; i <= static_cast<int>(bar->count()); ++i) {
+      bar->buttonEnabled(i, !shown);
+      // The source has no caret in a bold word; the WYSIWYG view's status sets them again.
+      if (shown) bar->buttonValue(i, 0);
+    }
   }
   for (int list = 0; list < 3; ++list) selector_.enableItem(list, !shown);
   if (shown) {

@@ -106,9 +106,7 @@ ElementFrames::ElementFrames(val surface, Engine& engine, EditorCommands& comman
   });
   titleLine.call<void>("appendChild", close);
   band_.call<void>("appendChild", titleLine);
-  for (auto kind : {PropertiesTarget::image, PropertiesTarget::rule, PropertiesTarget::table, PropertiesTarget::cell}) {
-    buildPanel(kind);
-  }
+  // The panels themselves are made when first shown.
   surface_.call<void>("appendChild", band_);
 }
 
@@ -193,7 +191,9 @@ ElementFrames::Panel* ElementFrames::panel(PropertiesTarget kind) {
   for (auto& p : panels_) {
     if (p->kind == kind) return p.get();
   }
-  return nullptr;
+  if (kind == PropertiesTarget::none) return nullptr;
+  buildPanel(kind);
+  return panels_.back().get();
 }
 
 dom::Element ElementFrames::selectionElement() const { return commands_.selectedElement(); }

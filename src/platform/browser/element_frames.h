@@ -58,6 +58,7 @@ class ElementFrames {
   };
 
   void buildPanel(editing::PropertiesTarget kind);
+  // The panel of `kind`, made on first use; none for none.
   Panel* panel(editing::PropertiesTarget kind);
   // The element the open panel edits, and the one the selection is about (which the frame
   // follows).

@@ -281,7 +281,7 @@ void ServerDocuments::loadStylesheet() {
 
 void ServerDocuments::saveToServer() {
   guarded("saveToServer", [&] {
-    const std::optional<std::string> text =
+    std::optional<std::string> text =
         hooks_.getContent ? hooks_.getContent(properties_.saveContentMethod()) : std::string();
     if (!text) {
       // Posting anything else in its place would overwrite the stored document.
@@ -290,13 +290,13 @@ void ServerDocuments::saveToServer() {
       status(failedStatus(StatusAction::Save, kUnpreparedReason));
       return;
     }
-    http::addCommonVariables(save_, properties_);
-    save_.addFormVariable("vmContent", 0, *text);
     // What counts as stored after the save is the body as getBodyHTML hands it out, whatever
     // form of the document the save posts.
     std::optional<ChangeTracker::Digest> posted;
     if (properties_.saveContentMethod() != BodyHTML && hooks_.bodyDigest) posted = hooks_.bodyDigest();
     changes_.saveStarted(posted.value_or(ChangeTracker::Digest::of(*text)));
+    http::addCommonVariables(save_, properties_);
+    save_.addFormVariable("vmContent", 0, std::move(*text));
     status(kStatusSaving);
     saving_ = http::startExchange(save_, 1, properties_.pathToSaveToServer(),
                                   properties_.pathToSaveToServer(), properties_);

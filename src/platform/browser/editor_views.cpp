@@ -84,12 +84,14 @@ void EditorViews::caretToStart() {
   if (engine_) engine_->caretToStart();
 }
 
-bool EditorViews::cleanBody(const html::Cleaner::Sink& piece) const {
+bool EditorViews::cleanBody(const html::Cleaner::Sink& piece, const std::function<void(std::size_t)>& sizeHint) const {
   return guarded("getBodyHTML", [&] {
     html::Cleaner cleaner(piece);
     if (engine_) {
       // Read and cleaned a part at a time: a long document is never whole in the module's memory.
-      dom::forEachPieceOf(engine_->DOM().body().js()["innerHTML"], [&](std::string_view part) { cleaner.feed(part); });
+      const val html = engine_->DOM().body().js()["innerHTML"];
+      if (sizeHint) sizeHint(html["length"].as<std::size_t>());
+      dom::forEachPieceOf(html, [&](std::string_view part) { cleaner.feed(part); });
     } else if (!pending_.isNull()) {
       cleaner.feed(html::takeBodyContent(dom::stringOf(pending_)));
     }
@@ -99,7 +101,10 @@ bool EditorViews::cleanBody(const html::Cleaner::Sink& piece) const {
 
 std::optional<std::string> EditorViews::getBodyHTML() const {
   std::string html;
-  if (!cleanBody([&](std::string_view piece) { html.append(piece); })) return std::nullopt;
+  // Room for the clean-up's line breaks and indentation from the start: growing by doubling would
+  // hold the old and the new buffer at once, twice the document.
+  const auto reserve = [&](std::size_t length) { html.reserve(length + length / 4); };
+  if (!cleanBody([&](std::string_view piece) { html.append(piece); }, reserve)) return std::nullopt;
   return html;
 }
 

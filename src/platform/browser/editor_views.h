@@ -60,8 +60,9 @@ class EditorViews {
  private:
   void sourceChanged();
   // The body as getBodyHTML hands it out, to `piece` a part at a time; false when the clean-up
-  // failed (the parts handed on so far are then not the document).
-  bool cleanBody(const html::Cleaner::Sink& piece) const;
+  // failed (the parts handed on so far are then not the document). `sizeHint`, when given, first
+  // hears the length of the body's markup (in UTF-16 units).
+  bool cleanBody(const html::Cleaner::Sink& piece, const std::function<void(std::size_t)>& sizeHint = {}) const;
   void setAllMenuItemsGrayed(bool grayed);
   void selectTab(int index);
   static void setAside(emscripten::val box);

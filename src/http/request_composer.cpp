@@ -9,9 +9,23 @@
 #include <vector>
 
 #include "common/diagnostics.h"
+#include "common/entropy.h"
 #include "common/version.h"
 
 namespace vellmar::http {
+
+namespace {
+
+std::function<std::string(const std::string&)>& fileReader() {
+  static std::function<std::string(const std::string&)> reader = readFileAsText;
+  return reader;
+}
+
+}  // namespace
+
+void setFileReader(std::function<std::string(const std::string& path)> reader) {
+  fileReader() = reader ? std::move(reader) : readFileAsText;
+}
 
 namespace {
 
@@ -178,7 +192,7 @@ std::string buildMultipartRequest(const RequestVariables& vars, std::string_view
                  inQuotes(f.name) + "; filename=" + inQuotes(f.value));
       appendLine(body, "Content-Type: image/", extension);
       body.append(kCrLf);
-      appendLine(body, readFileAsText(f.value));
+      appendLine(body, fileReader()(f.value));
     }
   }
   if (!vars.form.empty()) {
@@ -210,12 +224,7 @@ std::string buildMultipartRequest(const RequestVariables& vars, std::string_view
 std::string makeBoundaryToken(std::size_t n) {
   // Seeded once from the clock and the system's entropy: drawing a fresh clock seed for every
   // character would repeat the same draw within one clock tick.
-  static std::mt19937 engine = [] {
-    std::random_device device;
-    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    std::seed_seq seq{device(), static_cast<unsigned>(now), static_cast<unsigned>(now >> 32)};
-    return std::mt19937(seq);
-  }();
+  static std::mt19937 engine(entropySeed());
   std::uniform_real_distribution<double> draw(0.0, 1.0);
   std::string token;
   token.reserve(n);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -82,6 +83,10 @@ std::string makeBoundary();
 // The whole file as bytes, unchanged. Throws ProcedureError (53, "File not found") when the file
 // cannot be opened and (57, ...) when it cannot be read.
 std::string readFileAsText(const std::string& path);
+// Where the contents of a form's file parts come from: readFileAsText by default. The page's
+// build, which has no file system, reads the bytes of a picked file kept under its name instead.
+// A reader throws ProcedureError 53 for a path it does not know.
+void setFileReader(std::function<std::string(const std::string& path)> reader);
 
 // The path as sent: a leading "/" when it lacks one, every space written as "%20".
 std::string normalizePath(std::string_view path);

@@ -11,6 +11,7 @@
 #include <unordered_map>
 
 #include "common/diagnostics.h"
+#include "common/entropy.h"
 #include "editing/formats.h"
 #include "editor/properties.h"
 #include "http/server_exchange.h"
@@ -520,7 +521,7 @@ void EditorCommands::applyTable(const TableChoice& choice) {
     param.NumRows = editing::numberReading(choice.rows);
     // The new table is found again by an id it carries only until its attributes are set; the id
     // is one no element of the document has.
-    static std::mt19937 random{std::random_device{}()};
+    static std::mt19937 random{entropySeed()};
     const dom::Document document = engine_.DOM();
     std::string marker;
     do {

@@ -1,7 +1,7 @@
 // frmImage on the page: the image list, its preview, the upload and delete tabs.
 #include <emscripten/val.h>
 
-#include <cstdio>
+#include <map>
 
 #include "common/diagnostics.h"
 #include "dialogs/message_window.h"
@@ -41,7 +41,23 @@ val bytesToBlobUrl(const std::string& bytes, const std::string& type) {
   return val::global("URL").call<val>("createObjectURL", blob);
 }
 
-// The file the composer reads the upload from: the module's own memory file system.
+// The picked images being uploaded, by the name their form part reads them under: the page's module
+// has no file system to keep them in.
+std::map<std::string, std::string>& uploadFiles() {
+  static std::map<std::string, std::string> files;
+  static const bool reading = [] {
+    http::setFileReader([](const std::string& path) {
+      const auto it = uploadFiles().find(path);
+      if (it == uploadFiles().end()) throw ProcedureError(53, "File not found: " + path);
+      return it->second;
+    });
+    return true;
+  }();
+  (void)reading;
+  return files;
+}
+
+// The name the upload's form part reads the picked image under.
 std::string uploadFileName(std::string_view name) {
   const std::size_t slash = name.find_last_of("/\\");
   if (slash != std::string_view::npos) name.remove_prefix(slash + 1);
@@ -104,7 +120,7 @@ ImageUploader::ImageUploader()
 }
 
 void ImageUploader::removeFile() {
-  if (!file_.empty()) std::remove(file_.c_str());
+  if (!file_.empty()) uploadFiles().erase(file_);
   file_.clear();
 }
 
@@ -115,10 +131,7 @@ std::string ImageUploader::upload(const PickedImage& image, const std::string& n
   if (!refusal.empty()) return refusal;
   removeFile();
   file_ = uploadFileName(image.fileName);
-  if (std::FILE* out = std::fopen(file_.c_str(), "wb")) {
-    std::fwrite(image.bytes.data(), 1, image.bytes.size(), out);
-    std::fclose(out);
-  }
+  uploadFiles()[file_] = image.bytes;
   http::ctlHttpRequest& r = exchange_.prepare();
   r.addFormVariable("vmImageName", 0, name);
   r.addFormVariable("vmImageSize", 0, std::to_string(image.bytes.size()));

@@ -188,6 +188,26 @@ TEST(Composition, FileWithoutDotNamesTheWholePathAsExtension) {
   EXPECT_NE(text.find("Content-Type: image/" + file.path() + "\r\n"), std::string::npos);
 }
 
+TEST(Composition, AFileReaderStandsInForTheFileSystem) {
+  // As the page's build keeps a picked image: its bytes under the name of its form part.
+  setFileReader([](const std::string& path) -> std::string {
+    if (path != "/tmp/dot.png") throw ProcedureError(53, "File not found: " + path);
+    return std::string("\x89PNG\0bytes", 10);
+  });
+  RequestVariables vars;
+  vars.form.push_back({"vmImageFile", kindFile, "/tmp/dot.png"});
+  const std::string text = buildMultipartRequest(vars, "h", "/", kVersion, makeBoundary());
+  EXPECT_NE(text.find("Content-Type: image/png\r\n\r\n" + std::string("\x89PNG\0bytes", 10) + "\r\n"),
+            std::string::npos);
+  vars.form[0].value = "/tmp/other.png";
+  EXPECT_THROW(buildMultipartRequest(vars, "h", "/", kVersion, makeBoundary()), ProcedureError);
+  // Back to the files themselves.
+  setFileReader({});
+  TempFile file("vellmarreader.gif", "GIF89a");
+  vars.form[0].value = file.path();
+  EXPECT_NE(buildMultipartRequest(vars, "h", "/", kVersion, makeBoundary()).find("GIF89a"), std::string::npos);
+}
+
 TEST(Composition, BoundaryIs29HyphensAnd20LettersOrDigits) {
   const std::regex shape("-{29}[0-9A-Za-z]{20}");
   const std::string first = makeBoundary();

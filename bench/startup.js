@@ -79,12 +79,20 @@ function barePage(id) {
     });</script></body></html>`;
 }
 
-async function timeLoad(context, url) {
+async function timeLoad(context, url, { untilLater = false } = {}) {
   const page = await context.newPage();
   const files = [];
   page.on('response', (r) => { if (r.url().includes('/vellmar/')) files.push(r); });
   await page.goto(url);
   const ready = await page.evaluate(() => window.__ready);
+  // The second module file comes at the page's first quiet moment after the editor shows: the
+  // memory is read as the document is in, and again once that file is in too.
+  let early = null;
+  if (untilLater) {
+    early = await memoryOf(page);
+    await page.waitForFunction(() => performance.getEntriesByType('resource')
+      .some((e) => e.name.includes('vellmar.later.wasm')), null, { timeout: 5000 }).catch(() => {});
+  }
   // The files requested before the editor showed (the rest load while a person starts reading).
   const before = new Set(await page.evaluate(() => {
     const shown = performance.getEntriesByName('vellmar-shown')[0];
@@ -99,7 +107,7 @@ async function timeLoad(context, url) {
     measured.push({ name: path.basename(new URL(r.url()).pathname), body, sent: sizes.responseBodySize,
       encoding: r.headers()['content-encoding'] || 'identity', beforeShown: before.has(r.url()) });
   }
-  return { page, ready, files: measured };
+  return { page, ready, files: measured, early };
 }
 
 async function memoryOf(page) {
@@ -156,12 +164,13 @@ async function main({ server, browser }) {
     const editor = [];
     const bare = [];
     for (let i = 0; i <= RUNS; i++) {
-      const e = await timeLoad(context, `${server.url}/bench/editor-${paragraphs}.html`);
+      const report = paragraphs === 1000 && i === RUNS;
+      const e = await timeLoad(context, `${server.url}/bench/editor-${paragraphs}.html`, { untilLater: report });
       const b = await timeLoad(context, `${server.url}/bench/bare-${paragraphs}.html`);
       if (i > 0) { editor.push(e.ready); bare.push(b.ready); }
-      if (paragraphs === 1000 && i === RUNS) {
+      if (report) {
         files = e.files;
-        await report1000(e.page, b.page, ids[paragraphs], verdicts);
+        await report1000(e.page, b.page, e.early, verdicts);
       }
       await e.page.close();
       await b.page.close();
@@ -195,7 +204,7 @@ async function main({ server, browser }) {
 }
 
 // With the 290 KB document: where the editor's start-up goes, serialization and memory.
-async function report1000(editorPage_, barePage_, id, verdicts) {
+async function report1000(editorPage_, barePage_, early, verdicts) {
   const marks = await editorPage_.evaluate(() => {
     const nav = performance.getEntriesByType('navigation')[0];
     const res = (name) => performance.getEntriesByType('resource').find((e) => e.name.includes(name));
@@ -234,8 +243,11 @@ async function report1000(editorPage_, barePage_, id, verdicts) {
 
   const mine = await memoryOf(editorPage_);
   const bare = await memoryOf(barePage_);
-  console.log(`  memory after loading 290 KB: editor JS heap ${kb(mine.heap)} + wasm ${kb(mine.wasm)} = ${kb(mine.total)}; ` +
-    `bare frame ${kb(bare.total)}; ratio ${(mine.total / bare.total).toFixed(2)}`);
+  const line = (when, m) => console.log(`  memory ${when}: editor JS heap ${kb(m.heap)} + wasm ${kb(m.wasm)} = ` +
+    `${kb(m.total)}; bare frame ${kb(bare.total)}; ratio ${(m.total / bare.total).toFixed(2)}`);
+  if (early) line('as the 290 KB document is in', early);
+  line('once the second module file is in too', mine);
+  // The goal is judged on the second: where the editor stays while a person works.
   verdicts.push([`memory <= ${GOALS.memory}x the bare frame`, mine.total <= GOALS.memory * bare.total]);
 }
 

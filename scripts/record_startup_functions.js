@@ -15,6 +15,7 @@ const os = require('node:os');
 const path = require('node:path');
 const { execFileSync } = require('node:child_process');
 const { startServer, launchBrowser, pageWith, ROOT } = require(path.join(__dirname, '..', 'tests', 'browser', 'harness'));
+const { saveDocument } = require(path.join(__dirname, '..', 'bench', 'bench_page'));
 
 const WHOLE = path.join(ROOT, 'build', 'web', 'whole', 'vellmar.wasm');
 const DIST = path.join(ROOT, 'build', 'web', 'dist');
@@ -169,10 +170,7 @@ async function recordAll(server, browser) {
   // The demo page made a session; the document is stored under it.
   const setup = await context.newPage();
   await setup.goto(server.url + '/');
-  const contentId = await setup.evaluate(async (text) => {
-    const r = await fetch('/cms/save', { method: 'POST', body: new URLSearchParams({ vmContent: text }) });
-    return /<vmContentID>(\d+)/.exec(await r.text())[1];
-  }, sampleDocument());
+  const contentId = await saveDocument(setup, sampleDocument());
   const url = `${server.url}/record/editor.html`;
   await context.route(url, (r) => r.fulfill({ contentType: 'text/html', body: pageWith(
     `<object id="ed" type="application/x-vellmar" width="900" height="600">

@@ -1,7 +1,6 @@
 #include "http/request_composer.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -16,20 +15,13 @@ namespace vellmar::http {
 
 namespace {
 
+constexpr std::string_view kCrLf = "\r\n";
+
+// What reads the contents of a form's file parts (setFileReader).
 std::function<std::string(const std::string&)>& fileReader() {
   static std::function<std::string(const std::string&)> reader = readFileAsText;
   return reader;
 }
-
-}  // namespace
-
-void setFileReader(std::function<std::string(const std::string& path)> reader) {
-  fileReader() = reader ? std::move(reader) : readFileAsText;
-}
-
-namespace {
-
-constexpr std::string_view kCrLf = "\r\n";
 
 bool isUnreserved(unsigned char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '*' ||
@@ -250,6 +242,10 @@ std::string readFileAsText(const std::string& path) {
   while ((n = std::fread(buffer.data(), 1, buffer.size(), in.get())) > 0) contents.append(buffer.data(), n);
   if (std::ferror(in.get())) throw ProcedureError(57, "Device I/O error: " + path);
   return contents;
+}
+
+void setFileReader(std::function<std::string(const std::string& path)> reader) {
+  fileReader() = reader ? std::move(reader) : readFileAsText;
 }
 
 std::string normalizePath(std::string_view path) {

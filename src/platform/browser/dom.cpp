@@ -95,6 +95,11 @@ void appendRenderedText(std::string& out, const std::string& data, bool preforma
   }
 }
 
+const val& textEncoder() {
+  static const val encoder = val::global("TextEncoder").new_();
+  return encoder;
+}
+
 }  // namespace
 
 std::uint64_t changeCount() { return gChangeCount; }
@@ -108,13 +113,11 @@ val textOf(std::string_view text) {
 
 std::string stringOf(const val& text) {
   if (!text.isString()) return {};
-  static const val encoder = val::global("TextEncoder").new_();
-  return bytesOf(encoder.call<val>("encode", text));
+  return bytesOf(textEncoder().call<val>("encode", text));
 }
 
 void forEachPieceOf(const val& text, const std::function<void(std::string_view)>& piece) {
   if (!text.isString()) return;
-  static const val encoder = val::global("TextEncoder").new_();
   // A UTF-16 unit takes at most three bytes of UTF-8 (a pair of them four), so a part of this many
   // units always fits the buffer whole.
   constexpr int kUnits = 8 * 1024;
@@ -126,7 +129,7 @@ void forEachPieceOf(const val& text, const std::function<void(std::string_view)>
       const int last = text.call<int>("charCodeAt", end - 1);
       if (last >= 0xD800 && last <= 0xDBFF) --end;  // the first half of a pair waits for its second
     }
-    const val done = encoder.call<val>(
+    const val done = textEncoder().call<val>(
         "encodeInto", text.call<val>("substring", at, end),
         val(emscripten::typed_memory_view(buffer.size(), reinterpret_cast<unsigned char*>(buffer.data()))));
     piece(std::string_view(buffer.data(), done["written"].as<std::size_t>()));

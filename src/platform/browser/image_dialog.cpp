@@ -45,16 +45,13 @@ val bytesToBlobUrl(const std::string& bytes, const std::string& type) {
 // has no file system to keep them in.
 std::map<std::string, std::string>& uploadFiles() {
   static std::map<std::string, std::string> files;
-  static const bool reading = [] {
-    http::setFileReader([](const std::string& path) {
-      const auto it = uploadFiles().find(path);
-      if (it == uploadFiles().end()) throw ProcedureError(53, "File not found: " + path);
-      return it->second;
-    });
-    return true;
-  }();
-  (void)reading;
   return files;
+}
+
+std::string readUploadFile(const std::string& path) {
+  const auto it = uploadFiles().find(path);
+  if (it == uploadFiles().end()) throw ProcedureError(53, "File not found: " + path);
+  return it->second;
 }
 
 // The name the upload's form part reads the picked image under.
@@ -102,6 +99,7 @@ void readPickedImage(EventRoute& route, const val& file, std::function<void(cons
 
 ImageUploader::ImageUploader()
     : exchange_(PageEventLoop::shared(), "Successfully retrieved image upload page.") {
+  http::setFileReader(readUploadFile);
   exchange_.done = [this](const std::string& answer) {
     removeFile();
     if (stored) stored(answer);

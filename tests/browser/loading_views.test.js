@@ -127,6 +127,9 @@ test('HTML view shows the cleaned body; returning without typing keeps what the 
   assert.equal(await sourceBox(page).isVisible(), true);
   // A text box hands its lines out with bare line feeds.
   assert.equal(await sourceBox(page).inputValue(), expected.replace(/\r\n/g, '\n'));
+  // It shows the text from the start, with the caret there.
+  assert.deepEqual(await sourceBox(page).evaluate((box) => [box.selectionStart, box.selectionEnd, box.scrollTop]),
+    [0, 0, 0]);
   assert.equal(await viewTab(page, 'HTML').getAttribute('aria-selected'), 'true');
   // Only cut, copy and paste stay usable in the menus.
   await page.getByRole('menubar').getByRole('menuitem', { name: 'Edit', exact: true }).click();

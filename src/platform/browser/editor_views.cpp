@@ -178,6 +178,8 @@ void EditorViews::setView(std::string_view viewKey) {
     // feeds, so it is compared with what was written into it.)
     if (!text.strictlyEquals(written_)) {
       source_.set("value", text);
+      // A new text is shown from its start, with the caret there (a text box puts it at the end).
+      source_.call<void>("setSelectionRange", 0, 0);
       written_ = text;
       madeFrom_ = val::null();
     }

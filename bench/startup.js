@@ -90,8 +90,15 @@ async function timeLoad(context, url, { untilLater = false } = {}) {
   let early = null;
   if (untilLater) {
     early = await memoryOf(page);
-    await page.waitForFunction(() => performance.getEntriesByType('resource')
-      .some((e) => e.name.includes('vellmar.later.wasm')), null, { timeout: 5000 }).catch(() => {});
+    // Waited for in the page itself: Playwright's waitForFunction would put its own 330 KB
+    // script into this page (and not into the bare one), which the memory figure would count.
+    await page.evaluate(() => new Promise((resolve) => {
+      const linked = () => performance.getEntriesByName('vellmar-later-ready').length > 0;
+      if (linked()) return resolve();
+      const observer = new PerformanceObserver(() => { if (linked()) { observer.disconnect(); resolve(); } });
+      observer.observe({ type: 'mark' });
+      setTimeout(resolve, 5000);
+    }));
   }
   // The files requested before the editor showed (the rest load while a person starts reading).
   const before = new Set(await page.evaluate(() => {

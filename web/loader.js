@@ -35,6 +35,7 @@
       if (this.linked) return;
       new WebAssembly.Instance(compiled, { primary: this.exports });
       this.linked = true;
+      performance.mark('vellmar-later-ready');
     },
     fetch() {
       if (!this.fetching && !this.linked && this.exports) {
@@ -190,7 +191,6 @@
 
   function attach(element) {
     if (!element.isConnected) return;
-    sizeFromAttributes(element);
     let inst = instances.get(element);
     if (inst) {
       if (!hidden.has(element)) return;
@@ -226,36 +226,54 @@
     }
   });
 
-  function scan(root) {
-    if (root.nodeType !== Node.ELEMENT_NODE && root.nodeType !== Node.DOCUMENT_NODE) return;
-    if (root.matches && root.matches(SELECTOR)) attach(root);
-    if (root.querySelectorAll) root.querySelectorAll(SELECTOR).forEach(attach);
+  // An <object> of a type the browser has no plug-in for, and with nothing inside it but
+  // <param>s, gets a "missing plug-in" placeholder: a page of its own with its own script context,
+  // about 180 KB of the page's memory for as long as it stays. The editor's box inside the element
+  // is fallback content, which the browser shows instead; it goes in as soon as the element is
+  // parsed, before the browser decides. The size from the attributes applies from the first paint.
+  function prepare(element) {
+    sizeFromAttributes(element);
+    if (element.tagName !== 'OBJECT' || element.querySelector(':scope > .vellmar-host')) return;
+    const host = document.createElement('div');
+    host.className = 'vellmar-host';
+    element.appendChild(host);
   }
 
-  function scanRemoved(root) {
-    if (root.nodeType !== Node.ELEMENT_NODE) return;
-    if (root.matches(SELECTOR)) detach(root);
-    root.querySelectorAll(SELECTOR).forEach(detach);
+  function each(root, fn) {
+    if (root.nodeType !== Node.ELEMENT_NODE && root.nodeType !== Node.DOCUMENT_NODE) return;
+    if (root.matches && root.matches(SELECTOR)) fn(root);
+    if (root.querySelectorAll) root.querySelectorAll(SELECTOR).forEach(fn);
+  }
+
+  // Editors are attached once the module is ready and the page parsed; elements are prepared
+  // from the start.
+  let started = false;
+  function added(root) {
+    each(root, prepare);
+    if (started) each(root, attach);
   }
 
   if (!customElements.get('vellmar-editor')) {
     customElements.define('vellmar-editor', class extends HTMLElement {});
   }
 
-  function start() {
-    scan(document);
-    new MutationObserver((mutations) => {
-      for (const m of mutations) {
-        if (m.type === 'attributes') {
-          if (m.target.matches(SELECTOR)) sizeFromAttributes(m.target);
-          continue;
-        }
-        m.removedNodes.forEach(scanRemoved);
-        m.addedNodes.forEach(scan);
+  new MutationObserver((mutations) => {
+    for (const m of mutations) {
+      if (m.type === 'attributes') {
+        if (m.target.matches(SELECTOR)) sizeFromAttributes(m.target);
+        continue;
       }
-    }).observe(document.documentElement, {
-      childList: true, subtree: true, attributes: true, attributeFilter: ['width', 'height'],
-    });
+      if (started) m.removedNodes.forEach((node) => each(node, detach));
+      m.addedNodes.forEach(added);
+    }
+  }).observe(document, {
+    childList: true, subtree: true, attributes: true, attributeFilter: ['width', 'height'],
+  });
+  added(document);
+
+  function start() {
+    started = true;
+    each(document, attach);
   }
 
   // Elements are attached once the document is parsed, so their <param> children are all there.

@@ -186,6 +186,30 @@ void ChangeTracker::Digest::add(std::string_view text) {
 void ChangeTracker::loaded(const Digest& bodyHTML) {
   stored_ = bodyHTML;
   posting_ = Digest();
+  loadedAt_.reset();
+  unknown_ = false;
+}
+
+void ChangeTracker::loadedAt(std::uint64_t version) {
+  posting_ = Digest();
+  loadedAt_ = version;
+  unknown_ = false;
+}
+
+void ChangeTracker::measure(std::uint64_t versionNow,
+                            const std::function<std::optional<Digest>()>& digest) {
+  if (!loadedAt_) return;
+  const bool untouched = versionNow == *loadedAt_;
+  loadedAt_.reset();
+  const std::optional<Digest> now = untouched && digest ? digest() : std::nullopt;
+  if (now) stored_ = *now;
+  unknown_ = !now;
+}
+
+void ChangeTracker::saveSucceeded() {
+  stored_ = posting_;
+  loadedAt_.reset();
+  unknown_ = false;
 }
 
 bool KeepAliveCounter::tick(bool hasPath, std::int32_t keepAliveTimeout) {
@@ -231,8 +255,14 @@ void ServerDocuments::loadFailed(std::string_view reason) {
   status(failedStatus(StatusAction::Load, reason));
 }
 
-bool ServerDocuments::hasUnsavedChanges() const {
+void ServerDocuments::measureStoredDocument() {
+  if (changes_.measured()) return;
+  changes_.measure(hooks_.contentVersion ? hooks_.contentVersion() : 0, hooks_.bodyDigest);
+}
+
+bool ServerDocuments::hasUnsavedChanges() {
   if (!hooks_.bodyDigest) return false;
+  measureStoredDocument();
   // A document that cannot be prepared cannot be saved either: it counts as changed.
   const std::optional<ChangeTracker::Digest> current = hooks_.bodyDigest();
   return !current || changes_.changed(*current);
@@ -292,6 +322,8 @@ void ServerDocuments::saveToServer() {
     }
     // What counts as stored after the save is the body as getBodyHTML hands it out, whatever
     // form of the document the save posts.
+    // A document loaded but not measured yet is measured before this one goes out.
+    measureStoredDocument();
     std::optional<ChangeTracker::Digest> posted;
     if (properties_.saveContentMethod() != BodyHTML && hooks_.bodyDigest) posted = hooks_.bodyDigest();
     changes_.saveStarted(posted.value_or(ChangeTracker::Digest::of(*text)));

@@ -83,15 +83,28 @@ class ChangeTracker {
 
   // The document now in the editor is the stored one.
   void loaded(const Digest& bodyHTML);
+  // The same, measured later (`measure`): reading a long document back out of the engine takes a
+  // while, and the person should see it first. `version` is the engine's count of changes to its
+  // document as the load left it.
+  void loadedAt(std::uint64_t version);
+  bool measured() const { return !loadedAt_; }
+  // Measures the document `loadedAt` stands for. When the engine's count is still the one it had
+  // then, the document is the loaded one and `digest` reads it; when anything changed it in
+  // between (or it cannot be read), what was stored can no longer be told, and the document
+  // counts as changed until a save.
+  void measure(std::uint64_t versionNow, const std::function<std::optional<Digest>()>& digest);
   // A save posts this document; it becomes the stored one if the save succeeds. A later save
   // replaces it.
   void saveStarted(const Digest& bodyHTML) { posting_ = bodyHTML; }
-  void saveSucceeded() { stored_ = posting_; }
-  bool changed(const Digest& currentBodyHTML) const { return currentBodyHTML != stored_; }
+  void saveSucceeded();
+  // Asked once the stored document is measured.
+  bool changed(const Digest& currentBodyHTML) const { return unknown_ || currentBodyHTML != stored_; }
 
  private:
   Digest stored_;
   Digest posting_;
+  std::optional<std::uint64_t> loadedAt_;
+  bool unknown_ = false;
 };
 
 // Ticks since the last keep-alive request (16-bit, as the timer counts them).
@@ -124,6 +137,8 @@ struct ServerDocumentHooks {
   // The digest of getBodyHTML of the engine's document, for the change tracker; nothing when it
   // could not be prepared.
   std::function<std::optional<ChangeTracker::Digest>()> bodyDigest;
+  // The engine's count of changes to its document (for a document the tracker measures later).
+  std::function<std::uint64_t()> contentVersion;
   // The status strip's text.
   std::function<void(const std::string& text)> showStatus;
   // True while the document request is under way: the editing area takes no input.
@@ -163,7 +178,9 @@ class ServerDocuments {
   std::int16_t keepAliveTicks() const { return counter_.value(); }
   ChangeTracker& changes() { return changes_; }
   // The document differs from the one last loaded or saved.
-  bool hasUnsavedChanges() const;
+  bool hasUnsavedChanges();
+  // Measures a document the tracker took as loaded but has not read yet (nothing otherwise).
+  void measureStoredDocument();
 
   http::ctlHttpRequest& contentRequest() { return content_; }
   http::ctlHttpRequest& cssRequest() { return css_; }

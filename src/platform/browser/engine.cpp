@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>
+#include <utility>
 
 #include "common/diagnostics.h"
 #include "platform/browser/engine_undo.h"
@@ -481,6 +482,7 @@ void Engine::handleEvent(int kind, const val& event) {
       // What waited for the paint is told now.
       paintPending_ = false;
       noteChange(false);
+      if (auto done = std::exchange(loadPainted_, nullptr)) guarded("LoadPainted", done);
       break;
     case kDocumentComplete:
       raise("DocumentComplete");

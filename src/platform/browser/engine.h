@@ -138,6 +138,9 @@ class Engine {
   // state) waits for the paint: it lays the whole document out at once, which the first frame
   // does anyway; a DisplayChanged follows the paint.
   bool paintPending() const { return paintPending_; }
+  // Runs `done` once, in the task after the next loaded document is painted (or after the last
+  // one's paint, if it is still to come).
+  void whenLoadPainted(std::function<void()> done) { loadPainted_ = std::move(done); }
   // A number that changes whenever the document's content does (a load, an edit, an undo): two
   // equal answers mean the content in between stayed as it was.
   std::uint64_t contentVersion();
@@ -310,6 +313,7 @@ class Engine {
   bool contentChanged_ = false;
   bool deferredToFrame_ = false;
   bool paintPending_ = false;
+  std::function<void()> loadPainted_;
   std::uint64_t contentVersion_ = 0;
   val lastSnapshot_ = val::null();
 

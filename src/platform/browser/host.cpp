@@ -150,6 +150,7 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
   };
   documentHooks.getContent = [this](std::int32_t type) { return views_->getContent(type); };
   documentHooks.bodyDigest = [this] { return views_->bodyDigest(); };
+  documentHooks.contentVersion = [this] { return engine_ ? engine_->contentVersion() : 0; };
   documentHooks.classesExtracted = [this](const std::vector<std::string>& classes) {
     editor::fillStyleMenu(menuBar_->model(), classes,
                           editor::PropertySet::shared().isOn("DisableStyleMenu"));
@@ -169,9 +170,19 @@ void ElementHost::wireDocuments(editor::ControlHooks& hooks) {
   hooks.currentContent = [this] { return views_->getBodyHTML(); };
   hooks.loadDocument = [this](const std::string& document) {
     views_->loadDocument(document);
-    // What was just loaded is the stored document; changes count from here.
-    documents_->changes().loaded(views_->bodyDigest().value_or(editor::ChangeTracker::Digest()));
+    storedDocumentLoaded();
   };
+}
+
+void ElementHost::storedDocumentLoaded() {
+  // What was just loaded is the stored document; changes count from here. It is read back once
+  // the person sees it (a megabyte takes a while), unless something asks before.
+  if (!engine_) {
+    documents_->changes().loaded(views_->bodyDigest().value_or(editor::ChangeTracker::Digest()));
+    return;
+  }
+  documents_->changes().loadedAt(engine_->contentVersion());
+  engine_->whenLoadPainted([this] { documents_->measureStoredDocument(); });
 }
 
 ElementHost::~ElementHost() {
@@ -236,7 +247,7 @@ void ElementHost::show() {
       view_->setEngineAccess([this] { return engine_->Busy(); },
                              [this] { guarded("caretToStart", [&] { views_->caretToStart(); }); });
       // A document given before (the `content` parameter) is now as the engine holds it.
-      documents_->changes().loaded(views_->bodyDigest().value_or(editor::ChangeTracker::Digest()));
+      storedDocumentLoaded();
     } else {
       // Shown again, usually after the element was moved in the page: the engine keeps its
       // document, and the editor starts again in the WYSIWYG view, as every show does.
@@ -307,7 +318,7 @@ val ElementHost::getContent(int contentType) { return handedOut(views_->contentT
 
 val ElementHost::getBodyHTML() { return handedOut(views_->bodyText()); }
 
-bool ElementHost::hasUnsavedChanges() const { return documents_->hasUnsavedChanges(); }
+bool ElementHost::hasUnsavedChanges() { return documents_->hasUnsavedChanges(); }
 
 val ElementHost::writeProperties() {
   editor::MemoryPropertyBag bag;

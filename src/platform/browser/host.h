@@ -63,7 +63,7 @@ class ElementHost {
   val getContent(int contentType);
   val getBodyHTML();
   // The document differs from the one last loaded or saved (the page asks before it is left).
-  bool hasUnsavedChanges() const;
+  bool hasUnsavedChanges();
   // The ordered (key, value) pairs a save of the properties writes, as [[key, value], ...].
   val writeProperties();
   // A promise of the text of the current debug log file.
@@ -85,6 +85,8 @@ class ElementHost {
  private:
   // The views and the server exchanges, and the control hooks that reach them.
   void wireDocuments(editor::ControlHooks& hooks);
+  // The document just loaded is the stored one, from which changes count.
+  void storedDocumentLoaded();
   // The dialogs and panels the commands open (host_dialogs.cpp).
   void wireDialogs();
   // Open Local, Save Local, Save Local As and the recent files (host_files.cpp).

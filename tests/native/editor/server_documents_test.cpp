@@ -187,7 +187,11 @@ class Exchanges : public ::testing::Test {
       return type == 0 ? body : std::string();
     };
     hooks.showSaveError = [this](const std::string& page) { errorPages.push_back(page); };
-    hooks.bodyDigest = [this] { return std::optional(ChangeTracker::Digest::of(body)); };
+    hooks.bodyDigest = [this] {
+      ++digestsTaken;
+      return std::optional(ChangeTracker::Digest::of(body));
+    };
+    hooks.contentVersion = [this] { return version; };
     hooks.showStatus = [this](const std::string& text) { statuses.push_back(text); };
     hooks.documentLoading = [this](bool loading) { loadingCalls.push_back(loading); };
     docs = std::make_unique<ServerDocuments>(loop, std::move(hooks), state, props);
@@ -206,6 +210,8 @@ class Exchanges : public ::testing::Test {
   std::vector<bool> loadingCalls;
   std::string body = "<p>edited</p>";
   bool prepared = true;  // false: the clean-up fails
+  std::uint64_t version = 1;  // the engine's count of changes
+  int digestsTaken = 0;
 };
 
 TEST_F(Exchanges, DocumentPathIsDocumentRootAndPathJoined) {
@@ -357,6 +363,52 @@ TEST_F(Exchanges, UnsavedChangesCountFromTheLastLoadOrSuccessfulSave) {
   docs->saveToServer();
   save().answer(500, "");
   EXPECT_TRUE(docs->hasUnsavedChanges()) << "a failed save stores nothing";
+}
+
+// A loaded document is read back after it is shown, or when something asks first; a change
+// before that cannot be measured against it and counts until a save.
+TEST_F(Exchanges, ADocumentMeasuredAfterItsLoadCountsChangesMadeBeforeTheMeasure) {
+  body = "<p>loaded</p>";
+  docs->changes().loadedAt(version);
+  EXPECT_EQ(digestsTaken, 0);
+  docs->measureStoredDocument();
+  EXPECT_EQ(digestsTaken, 1);
+  docs->measureStoredDocument();
+  EXPECT_EQ(digestsTaken, 1) << "measured once";
+  EXPECT_FALSE(docs->hasUnsavedChanges());
+  body = "<p>typed</p>";
+  EXPECT_TRUE(docs->hasUnsavedChanges());
+
+  // Asked before the measure, untouched: the document is the loaded one.
+  body = "<p>another</p>";
+  docs->changes().loadedAt(++version);
+  EXPECT_FALSE(docs->hasUnsavedChanges());
+
+  // Changed before the measure: changed, even where the text came back to what was loaded,
+  // until a save stores it.
+  docs->changes().loadedAt(++version);
+  ++version;
+  docs->measureStoredDocument();
+  EXPECT_TRUE(docs->hasUnsavedChanges());
+  docs->saveToServer();
+  save().answer(200, "<vmContentID>1</vmContentID>");
+  EXPECT_FALSE(docs->hasUnsavedChanges());
+
+  // A save while the measure is pending measures first and then stores what it posted.
+  docs->changes().loadedAt(++version);
+  ++version;
+  body = "<p>typed before the paint</p>";
+  docs->saveToServer();
+  save().answer(200, "<vmContentID>2</vmContentID>");
+  EXPECT_FALSE(docs->hasUnsavedChanges());
+
+  // A document that cannot be read back at the measure counts as changed; a new load starts
+  // afresh.
+  docs->changes().loadedAt(++version);
+  docs->changes().measure(version, [] { return std::optional<ChangeTracker::Digest>(); });
+  EXPECT_TRUE(docs->hasUnsavedChanges());
+  docs->changes().loaded(ChangeTracker::Digest::of(body));
+  EXPECT_FALSE(docs->hasUnsavedChanges());
 }
 
 TEST_F(Exchanges, MalformedOrFailedSaveKeepsTheId) {

@@ -21,8 +21,8 @@ const WHOLE = path.join(ROOT, 'build', 'web', 'whole', 'vellmar.wasm');
 const DIST = path.join(ROOT, 'build', 'web', 'dist');
 const LIST = path.join(ROOT, 'web', 'startup_functions.txt');
 const SMALL = 64;
-const FEATURES = ['--enable-exception-handling', '--enable-sign-ext', '--enable-mutable-globals',
-  '--enable-bulk-memory', '--enable-nontrapping-float-to-int'];
+// The WebAssembly features binaryen is told of, as the build's split tells it.
+const FEATURES = fs.readFileSync(path.join(ROOT, 'web', 'wasm_features.txt'), 'utf8').split('\n').filter(Boolean);
 
 function uleb(bytes, at) {
   let value = 0;

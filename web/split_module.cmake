@@ -1,8 +1,9 @@
 # Makes the files the page loads from the whole module the link wrote (WHOLE): DIST/vellmar.js,
 # shortened by terser, and the module split by wasm-split into DIST/vellmar.wasm (the functions
 # named in KEEP) and DIST/vellmar.later.wasm (the rest).
-set(features --enable-exception-handling --enable-sign-ext --enable-mutable-globals
-             --enable-bulk-memory --enable-nontrapping-float-to-int)
+# The WebAssembly features the link uses, which binaryen has to be told (one per line; the
+# start-up recorder reads the same file).
+file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/wasm_features.txt features)
 execute_process(
   COMMAND ${WASM_SPLIT} --split ${features} --keep-funcs=@${KEEP} ${WHOLE}/vellmar.wasm
           -o1 ${DIST}/vellmar.wasm -o2 ${DIST}/vellmar.later.wasm --quiet

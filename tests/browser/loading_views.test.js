@@ -130,6 +130,8 @@ test('HTML view shows the cleaned body; returning without typing keeps what the 
   // It shows the text from the start, with the caret there.
   assert.deepEqual(await sourceBox(page).evaluate((box) => [box.selectionStart, box.selectionEnd, box.scrollTop]),
     [0, 0, 0]);
+  // Markup is not checked as prose: no tag name is marked misspelt.
+  assert.equal(await sourceBox(page).evaluate((box) => box.spellcheck), false);
   assert.equal(await viewTab(page, 'HTML').getAttribute('aria-selected'), 'true');
   // Only cut, copy and paste stay usable in the menus.
   await page.getByRole('menubar').getByRole('menuitem', { name: 'Edit', exact: true }).click();

@@ -84,8 +84,14 @@ ControlView::ControlView(val surface, val shadowRoot)
   setAttr(progress, "aria-valuemax", "100");
   progressBar_ = create("div", "vellmar-progress-value");
   progress.call<void>("appendChild", progressBar_);
-  // The source box shows only in the HTML view.
-  slot(Child::SourceBox).element.set("hidden", true);
+  // The source box shows only in the HTML view. It holds markup, not prose: the browser neither
+  // marks its tag names as misspelt nor capitalises or completes what is typed.
+  val source = slot(Child::SourceBox).element;
+  source.set("hidden", true);
+  source.set("spellcheck", false);
+  setAttr(source, "autocapitalize", "off");
+  setAttr(source, "autocomplete", "off");
+  setAttr(source, "translate", "no");
 }
 
 ControlView::~ControlView() {

@@ -320,10 +320,10 @@ void ServerDocuments::saveToServer() {
       status(failedStatus(StatusAction::Save, kUnpreparedReason));
       return;
     }
-    // What counts as stored after the save is the body as getBodyHTML hands it out, whatever
-    // form of the document the save posts.
     // A document loaded but not measured yet is measured before this one goes out.
     measureStoredDocument();
+    // What counts as stored after the save is the body as getBodyHTML hands it out, whatever
+    // form of the document the save posts.
     std::optional<ChangeTracker::Digest> posted;
     if (properties_.saveContentMethod() != BodyHTML && hooks_.bodyDigest) posted = hooks_.bodyDigest();
     changes_.saveStarted(posted.value_or(ChangeTracker::Digest::of(*text)));

@@ -27,24 +27,29 @@ async function timed(page, act, done, arg) {
   return Date.now() - t0;
 }
 
-// Key presses at the end of the document, each timed until the engine's body has the new text.
-async function typing(page) {
-  await page.evaluate(() => {
+// Key presses at the end of the document's last paragraph (`where` 'end') or of its first
+// ('start'), each timed until the engine's body has the new text. The browser's own work per key
+// grows with the caret's distance from the start of the document.
+async function typing(page, where = 'end') {
+  await page.evaluate((at) => {
     const frame = window.__frameOf();
     frame.contentWindow.focus();
     const doc = frame.contentDocument;
-    const end = doc.getElementById('end');
+    const paragraph = at === 'end' ? doc.getElementById('end') : doc.body.firstElementChild;
+    for (const marked of doc.querySelectorAll('[data-typed]')) marked.removeAttribute('data-typed');
+    paragraph.setAttribute('data-typed', '');
     const range = doc.createRange();
-    range.selectNodeContents(end);
+    range.selectNodeContents(paragraph);
     range.collapse(false);
     doc.getSelection().removeAllRanges();
     doc.getSelection().addRange(range);
-  });
+  }, where);
   const times = [];
   for (let i = 0; i < 20; i++) {
     const t0 = Date.now();
     await page.keyboard.press('KeyX');
-    await page.waitForFunction((n) => window.__frameOf().contentDocument.getElementById('end').textContent.endsWith('x'.repeat(n)), i + 1, { polling: 'raf' });
+    await page.waitForFunction((n) => window.__frameOf().contentDocument.querySelector('[data-typed]')
+      .textContent.endsWith('x'.repeat(n)), i + 1, { polling: 'raf' });
     times.push(Date.now() - t0);
   }
   return spread(times);
@@ -92,6 +97,7 @@ async function main({ server, browser }) {
     });
     peak = Math.max(peak, (await memoryOf(page)).total);
     const keys = mb === 0.03 || mb === 5 ? await typing(page) : null;
+    const keysAtStart = mb === 5 ? await typing(page, 'start') : null;
     await page.close();
     // The browser alone, typing into the same document in a plain design-mode frame.
     let bareKeys = null;
@@ -104,7 +110,8 @@ async function main({ server, browser }) {
       bareKeys = await typing(bare);
       await bare.close();
     }
-    rows.push({ mb, bytes: Buffer.byteLength(body), load, toHtml, toWysiwyg, again, content: content.ms, peak, keys, bareKeys });
+    rows.push({ mb, bytes: Buffer.byteLength(body), load, toHtml, toWysiwyg, again, content: content.ms, peak, keys,
+      keysAtStart, bareKeys });
   }
 
   const small = rows[0];
@@ -118,6 +125,9 @@ async function main({ server, browser }) {
     if (r.keys) {
       console.log(`          typing: p50 ${r.keys.p50} ms, p95 ${r.keys.p95} ms; ` +
         `the browser alone in a plain design-mode frame: p50 ${r.bareKeys.p50} ms, p95 ${r.bareKeys.p95} ms`);
+    }
+    if (r.keysAtStart) {
+      console.log(`          typing at the end of the first paragraph: p50 ${r.keysAtStart.p50} ms, p95 ${r.keysAtStart.p95} ms`);
     }
   }
   const five = rows.find((r) => r.mb === 5);

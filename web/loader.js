@@ -191,6 +191,7 @@
 
   function attach(element) {
     if (!element.isConnected) return;
+    prepare(element);  // done already, unless the element came in since the last observer call
     let inst = instances.get(element);
     if (inst) {
       if (!hidden.has(element)) return;

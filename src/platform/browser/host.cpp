@@ -82,16 +82,13 @@ editor::PropertyValue fromJs(const val& value) {
 
 ElementHost::ElementHost(val element) : element_(std::move(element)) {
   const val document = val::global("document");
-  // An <object> cannot carry a shadow root, so the editor's box is a child of it (the loader
-  // puts it in as the element is parsed); a <vellmar-editor> carries its shadow root itself.
+  // An <object> cannot carry a shadow root, so the editor's box is a child of it, which the
+  // loader puts in (as the element is parsed, and again before it attaches an editor); a
+  // <vellmar-editor> carries its shadow root itself.
   val host = element_;
   if (element_["tagName"].as<std::string>() == "OBJECT") {
     host = element_.call<val>("querySelector", std::string(":scope > .vellmar-host"));
-    if (host.isNull()) {
-      host = document.call<val>("createElement", std::string("div"));
-      host.call<void>("setAttribute", std::string("class"), std::string("vellmar-host"));
-      element_.call<void>("appendChild", host);
-    }
+    if (host.isNull()) throw ProcedureError(5, "the <object> element has no editor box");
   }
   val init = val::object();
   init.set("mode", std::string("open"));

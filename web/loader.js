@@ -154,12 +154,20 @@
     return [box.width, box.height];
   }
 
+  // The size each element's editor was last given: the observer's first report after an element
+  // is shown is usually the size it was shown at, which would lay the bars out a second time.
+  const givenSizes = new WeakMap();
+  function giveSize(element, inst, width, height) {
+    givenSizes.set(element, width + 'x' + height);
+    inst.resize(width, height);
+  }
+
   const resizes = new ResizeObserver((entries) => {
     for (const entry of entries) {
       const inst = instances.get(entry.target);
       if (!inst) continue;
-      const box = entry.contentRect;
-      inst.resize(box.width, box.height);
+      const [width, height] = size(entry.target);
+      if (givenSizes.get(entry.target) !== width + 'x' + height) giveSize(entry.target, inst, width, height);
     }
   });
 
@@ -181,7 +189,7 @@
     // The next frame after the style sheet applies has the element's size.
     styled(element).then(() => requestAnimationFrame(() => {
       if (!element.isConnected || instances.get(element) !== inst) return;
-      inst.resize(...size(element));
+      giveSize(element, inst, ...size(element));
       inst.show();
       if (!performance.getEntriesByName('vellmar-shown').length) performance.mark('vellmar-shown');
       // The rest of the module once the page has a quiet moment.

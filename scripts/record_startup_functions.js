@@ -114,9 +114,16 @@ function sampleDocument() {
   return parts.join('\r\n');
 }
 
+// The question the page asks each editor as it is left (the loader's beforeunload handler), which
+// has to be answerable before the second file is in.
+function askAsLeaving(page) {
+  return page.evaluate(() => window.dispatchEvent(new Event('beforeunload', { cancelable: true })));
+}
+
 // Opens `url` in a new page of `context` and waits until the editor `#id` holds a document
 // whose text includes `marker`; then a person clicks into the text, types, selects, makes a word
-// bold and undoes it, and the page reads the document back. Returns the module's profile.
+// bold and undoes it, and the page reads the document back; the page asks about unsaved changes
+// before and after the typing. Returns the module's profile.
 async function record(context, url, id, marker) {
   const page = await context.newPage();
   await page.addInitScript(() => {
@@ -135,6 +142,7 @@ async function record(context, url, id, marker) {
     return f && f.contentDocument && f.contentDocument.body.textContent.includes(marker_);
   }, [id, marker]);
   const frame = page.frameLocator(`#${id} iframe.vellmar-engine-frame`).first();
+  await askAsLeaving(page);
   await frame.locator('p').nth(1).click();
   await page.keyboard.type('Typed words.');
   await page.keyboard.press('Enter');
@@ -151,6 +159,7 @@ async function record(context, url, id, marker) {
     await page.keyboard.type('x');
   }
   await page.evaluate((id_) => document.getElementById(id_).getContent(0), id);
+  await askAsLeaving(page);
 
   const profile = await page.evaluate(() => {
     const exports = window.__exports;

@@ -223,11 +223,22 @@
     inst.hide();
   }
 
+  // Whether an editor holds changes that were not saved. An editor that cannot tell (the answer
+  // needs the module's second file, which a page being left may no longer fetch) counts as
+  // changed: asking once too often loses nothing.
+  function unsaved(inst) {
+    try {
+      return inst.hasUnsavedChanges();
+    } catch (error) {
+      return true;
+    }
+  }
+
   // Leaving the page while an editor holds changes that were not saved asks first.
   window.addEventListener('beforeunload', (event) => {
     for (const element of live) {
       const inst = instances.get(element);
-      if (inst && inst.hasUnsavedChanges()) {
+      if (inst && unsaved(inst)) {
         event.preventDefault();
         event.returnValue = '';
         return;

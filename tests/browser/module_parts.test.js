@@ -56,3 +56,23 @@ test('a dialog opened before the second file could be fetched loads it on the sp
   await dialog.waitFor({ state: 'hidden' });
   await page.close();
 });
+
+test('a page left before the second file arrives asks about unsaved changes only after typing', async () => {
+  for (const typed of [false, true]) {
+    const page = await env.newPage();
+    await page.route(LATER, () => {}); // never answered: the page is left before it arrives
+    await env.openHtml(page, pageWith(`<object id="ed" type="application/x-vellmar" width="700" height="400">
+      <param name="domain" value="127.0.0.1"><param name="port" value="${env.server.port}">
+      <param name="content" value="<p>Written before the rest of the editor arrived.</p>"></object>`));
+    const frame = page.frameLocator('#ed iframe.vellmar-engine-frame');
+    await frame.locator('p').click();
+    if (typed) await page.keyboard.type(' More.');
+    const dialogs = [];
+    page.on('dialog', (d) => { dialogs.push(d.type()); d.dismiss(); });
+    const outcome = await page.goto('data:text/html,<p>elsewhere</p>').then(() => 'left', () => 'stayed');
+    assert.deepEqual({ dialogs, outcome },
+      typed ? { dialogs: ['beforeunload'], outcome: 'stayed' } : { dialogs: [], outcome: 'left' });
+    if (typed) await frame.locator('p', { hasText: 'More.' }).waitFor();
+    await page.close();
+  }
+});

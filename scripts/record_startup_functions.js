@@ -123,7 +123,7 @@ function askAsLeaving(page) {
 // Opens `url` in a new page of `context` and waits until the editor `#id` holds a document
 // whose text includes `marker`; then a person clicks into the text, types, selects, makes a word
 // bold and undoes it, and the page reads the document back; the page asks about unsaved changes
-// before and after the typing. Returns the module's profile.
+// before and after the typing, as leaving does. Returns the module's profile.
 async function record(context, url, id, marker) {
   const page = await context.newPage();
   await page.addInitScript(() => {
@@ -158,7 +158,11 @@ async function record(context, url, id, marker) {
     await frame.locator('td').first().click();
     await page.keyboard.type('x');
   }
-  await page.evaluate((id_) => document.getElementById(id_).getContent(0), id);
+  // What a page reads as it is left (a draft kept on leaving, say) has to be there too.
+  await page.evaluate((id_) => {
+    const el = document.getElementById(id_);
+    return [el.getContent(0), el.getContent(1), el.getBodyHTML(), el.ContentID, el.content].length;
+  }, id);
   await askAsLeaving(page);
 
   const profile = await page.evaluate(() => {

@@ -57,16 +57,25 @@ test('a dialog opened before the second file could be fetched loads it on the sp
   await page.close();
 });
 
-test('a page left before the second file arrives asks about unsaved changes only after typing', async () => {
+test('a page left before the second file arrives reads the document and asks only after typing', async () => {
   for (const typed of [false, true]) {
     const page = await env.newPage();
-    await page.route(LATER, () => {}); // never answered: the page is left before it arrives
+    await page.route(LATER, (route) => route.abort('connectionreset')); // never arrives
     await env.openHtml(page, pageWith(`<object id="ed" type="application/x-vellmar" width="700" height="400">
       <param name="domain" value="127.0.0.1"><param name="port" value="${env.server.port}">
       <param name="content" value="<p>Written before the rest of the editor arrived.</p>"></object>`));
     const frame = page.frameLocator('#ed iframe.vellmar-engine-frame');
     await frame.locator('p').click();
     if (typed) await page.keyboard.type(' More.');
+    // What a page may read as it is left, to keep a draft.
+    const text = `Written before the rest of the editor arrived.${typed ? ' More.' : ''}`;
+    const read = await page.evaluate(() => {
+      const el = document.getElementById('ed');
+      return { html: el.getBodyHTML(), text: el.getContent(1), id: el.ContentID };
+    });
+    assert.equal(read.html.trim(), `<p>${text}</p>`);
+    assert.equal(read.text.trim(), text);
+    assert.equal(read.id, '');
     const dialogs = [];
     page.on('dialog', (d) => { dialogs.push(d.type()); d.dismiss(); });
     const outcome = await page.goto('data:text/html,<p>elsewhere</p>').then(() => 'left', () => 'stayed');

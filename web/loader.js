@@ -132,7 +132,10 @@
   const sizedValues = new Set();
   function sizeFromAttributes(element) {
     if (!sizeRules.isConnected) {
-      sizeRules.textContent = ':where(object[type="application/x-vellmar" i]) { display: inline-block; }\n';
+      // The blanks between the <param>s are part of the element's content; kept as written (a
+      // page's white-space: pre-wrap, passed down), they would be lines above the editor.
+      sizeRules.textContent = ':where(object[type="application/x-vellmar" i]) ' +
+        '{ display: inline-block; white-space: normal; }\n';
       (document.head || document.documentElement).prepend(sizeRules);
     }
     for (const dimension of ['width', 'height']) {
@@ -256,6 +259,11 @@
     if (element.tagName !== 'OBJECT' || element.querySelector(':scope > .vellmar-host')) return;
     const host = document.createElement('div');
     host.className = 'vellmar-host';
+    // The page's rules for every <div> (margins, borders, padding, display) are not for this box:
+    // it fills the element's content box whatever they say. Whether it is seen or reacts to the
+    // pointer still follows the page.
+    host.style.cssText = 'all: initial; display: block; width: 100%; height: 100%; ' +
+      'visibility: inherit; pointer-events: inherit;';
     element.appendChild(host);
   }
 

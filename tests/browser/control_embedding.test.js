@@ -102,6 +102,47 @@ test('the page\'s own CSS sizes the element over its width and height attributes
   await page.close();
 });
 
+test('a site\'s own CSS reaches neither the editor\'s place in its element nor its bars; its palette does', async () => {
+  const page = await env.newPage();
+  // What an administration page's style sheet may hold: text settings on the body that every
+  // element inherits, rules for every div, and the editor's palette on the element.
+  await env.openHtml(page, barePage(`<style>
+      body { font: italic 20px/3 Georgia, serif; color: #a00; text-align: center; text-indent: 40px;
+             letter-spacing: 3px; text-transform: uppercase; white-space: pre-wrap; text-shadow: 1px 1px #0f0; }
+      div { margin: 5px; padding: 7px; border: 3px dashed blue; display: flex; }
+      object, vellmar-editor { --vellmar-chrome: rgb(4, 5, 6); }
+    </style>
+    <object id="o" type="application/x-vellmar" width="700" height="300">
+      ${params()}
+    </object>
+    <vellmar-editor id="v" width="700" height="300">
+      ${params()}
+    </vellmar-editor>`));
+  await loadedCount(page, 2);
+  for (const sel of ['#o', '#v']) {
+    const look = await page.evaluate((s) => {
+      const el = document.querySelector(s);
+      const host = el.shadowRoot ? el : el.querySelector(':scope > .vellmar-host');
+      const control = host.shadowRoot.querySelector('.vellmar-control');
+      const caption = host.shadowRoot.querySelector('[role=menubar] [role=menuitem]');
+      const [outer, inner] = [el, control].map((n) => n.getBoundingClientRect());
+      const style = getComputedStyle(caption);
+      return {
+        offset: [Math.round(inner.left - outer.left), Math.round(inner.top - outer.top)],
+        size: [Math.round(inner.width), Math.round(inner.height)],
+        caption: [style.textTransform, style.letterSpacing, style.fontStyle, style.textShadow, style.textIndent],
+        chrome: getComputedStyle(control).backgroundColor,
+      };
+    }, sel);
+    // The control fills the element's box from its top left corner.
+    assert.deepEqual(look.offset, [0, 0], sel);
+    assert.deepEqual(look.size, [700, 300], sel);
+    assert.deepEqual(look.caption, ['none', 'normal', 'normal', 'none', '0px'], sel);
+    assert.equal(look.chrome, 'rgb(4, 5, 6)', sel);
+  }
+  await page.close();
+});
+
 test('the content parameter is the document shown after show, and content reads it back', async () => {
   const page = await env.newPage();
   await env.openHtml(page, barePage(`<vellmar-editor id="e" width="700" height="400">${params(`

@@ -85,6 +85,48 @@
     return {};
   }
 
+  // Tab and Shift+Tab in an editor's document go on to the next and previous control, as from a
+  // text box: the browser keeps the focus in a design-mode document, and a person working from the
+  // keyboard would be held there. Backwards, the editor's own controls before its document come
+  // first (the view tabs, the bars); then the page's, in document order. Another editor on the
+  // way is entered at its first control.
+  const FOCUSABLE = 'a[href], area[href], button, input, select, textarea, iframe, summary, ' +
+    '[tabindex], [contenteditable]:not([contenteditable="false" i]), ' + SELECTOR;
+  function reachable(node) {
+    return node.tabIndex >= 0 && !node.disabled && !node.closest('[inert]') &&
+      !(node.tagName === 'INPUT' && node.type === 'hidden') &&
+      node.checkVisibility({ visibilityProperty: true });
+  }
+  function focusFirst(candidates) {
+    for (const node of candidates) {
+      const host = node.matches(SELECTOR) && (node.shadowRoot ? node : node.querySelector(':scope > .vellmar-host'));
+      if (host) {
+        if (host.shadowRoot && focusFirst([...host.shadowRoot.querySelectorAll(FOCUSABLE)].filter(reachable))) return true;
+        continue;
+      }
+      if (!reachable(node)) continue;
+      node.focus();
+      const active = node.getRootNode().activeElement;
+      if (active === node) return true;
+    }
+    return false;
+  }
+  function leaveFrame(frame, forward) {
+    const root = frame.getRootNode();
+    if (!forward) {
+      const before = [...root.querySelectorAll(FOCUSABLE)]
+        .filter((n) => n.compareDocumentPosition(frame) & Node.DOCUMENT_POSITION_FOLLOWING);
+      if (focusFirst(before.reverse())) return;
+    }
+    let element = root.host;
+    if (element && element.classList.contains('vellmar-host')) element = element.parentElement;
+    const side = forward ? Node.DOCUMENT_POSITION_FOLLOWING : Node.DOCUMENT_POSITION_PRECEDING;
+    const page = [...document.querySelectorAll(FOCUSABLE)]
+      .filter((n) => n !== element && !element.contains(n) && (element.compareDocumentPosition(n) & side));
+    // Past the last control of the page the focus leaves the document, as it would leave a text box.
+    if (!focusFirst(forward ? page : page.reverse())) frame.blur();
+  }
+
   let failed = () => {};
   const ready = new Promise((resolve, reject) => {
     failed = reject;
@@ -92,6 +134,7 @@
       vellmarBaseUrl: baseUrl,
       // The parts loaded on first use (the spelling checker) are ES modules beside this file.
       vellmarImport: (url) => import(url),
+      vellmarLeaveFrame: leaveFrame,
       locateFile: (path) => baseUrl + path,
       instantiateWasm,
     }).then(resolve, reject);

@@ -143,6 +143,30 @@ test('a site\'s own CSS reaches neither the editor\'s place in its element nor i
   await page.close();
 });
 
+test('Tab and Shift+Tab take the focus out of the document to the next and previous control', async () => {
+  const page = await env.newPage();
+  await env.openHtml(page, barePage(`<input id="before" aria-label="Before">
+    <object id="o" type="application/x-vellmar" width="700" height="300">
+      ${params('<param name="content" value="<p>Text</p>">')}
+    </object>
+    <input id="after" aria-label="After">`));
+  await loadedCount(page, 1);
+  const body = frameOf(page, '#o').locator('body');
+  await body.click();
+  await page.keyboard.press('Tab');
+  await page.waitForFunction(() => document.activeElement.id === 'after');
+  // Backwards, the controls just before the document come first: the view tabs.
+  await body.click();
+  await page.keyboard.press('Shift+Tab');
+  await page.waitForFunction(() => {
+    const active = document.querySelector('#o > .vellmar-host').shadowRoot.activeElement;
+    return active && active.getAttribute('role') === 'tab' && active.textContent === 'HTML';
+  });
+  // Nothing was typed into the document.
+  assert.equal((await page.evaluate(() => document.getElementById('o').getBodyHTML())).trim(), '<p>Text</p>');
+  await page.close();
+});
+
 test('the content parameter is the document shown after show, and content reads it back', async () => {
   const page = await env.newPage();
   await env.openHtml(page, barePage(`<vellmar-editor id="e" width="700" height="400">${params(`

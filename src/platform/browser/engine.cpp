@@ -509,6 +509,16 @@ void Engine::onKeyDown(const val& event) {
   hideMenu();
   settleCaret();
   const std::string key = event["key"].isString() ? event["key"].as<std::string>() : std::string();
+  // The browser keeps the focus in a design-mode document on Tab and does nothing else with the
+  // key: Tab and Shift+Tab go on to the next and previous control (the page's loader knows them).
+  if (key == "Tab" && !event["ctrlKey"].as<bool>() && !event["altKey"].as<bool>() &&
+      !event["metaKey"].as<bool>() && !event["isComposing"].as<bool>()) {
+    const val leave = val::module_property("vellmarLeaveFrame");
+    if (leave.isUndefined()) return;
+    event.call<void>("preventDefault");
+    leave(frame_, !event["shiftKey"].as<bool>());
+    return;
+  }
   if (events_.ShortcutKey && !event["isComposing"].as<bool>()) {
     const editing::KeyChord chord{key, event["ctrlKey"].as<bool>() || event["metaKey"].as<bool>(),
                                   event["shiftKey"].as<bool>(), event["altKey"].as<bool>()};

@@ -11,6 +11,8 @@ const env = useEditorEnvironment();
 // A page of the server's origin holding a session, and two stored documents.
 async function twoDocuments(page) {
   await page.goto(env.server.url + '/');
+  // The demo page's own editor has fetched its document before the test counts requests.
+  await page.waitForFunction(() => window.__loaded.length === 1);
   return page.evaluate(async () => {
     const save = async (text) => {
       const r = await fetch('/cms/save', { method: 'POST', body: new URLSearchParams({ vmContent: text }) });

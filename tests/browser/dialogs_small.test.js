@@ -57,6 +57,33 @@ test('A table too large, or text where a number belongs, is refused beside its b
   await page.close();
 });
 
+test('after a dialog closes, cancelled or confirmed, typing goes on at the caret, in a colour chosen there', async () => {
+  const page = await openEditor(env);
+  await setContent(page, '<p>one</p>');
+  const frame = editor(page).locator('iframe.vellmar-engine-frame').contentFrame();
+  // As a person: a click at the end of the text, then a dialog from the toolbar.
+  await frame.locator('p').click();
+  await page.keyboard.press('End');
+  const closes = [
+    ['Link', 'Links', () => page.keyboard.press('Escape')],
+    ['Table', 'Tables', (d) => d.getByRole('button', { name: 'Cancel' }).click()],
+    ['Set Color', 'Color', (d) => d.getByRole('button', { name: 'Red #FF0000' }).click()],
+  ];
+  for (const [button, caption, close] of closes) {
+    await editor(page).getByRole('button', { name: button, exact: true }).click();
+    const dialog = editor(page).getByRole('dialog', { name: caption });
+    await dialog.waitFor();
+    await close(dialog);
+    await dialog.waitFor({ state: 'hidden' });
+    await page.keyboard.type(` ${caption}.`);
+  }
+  // (A space typed next to the coloured text's start is kept as a non-breaking one.)
+  assert.equal((await frame.locator('p').textContent()).replace(/\u00a0/g, ' '), 'one Links. Tables. Color.');
+  // The colour chosen with the caret alone colours what is typed next.
+  assert.match(await rawBody(page), /<font color="#ff0000">(&nbsp;| )Color\.<\/font>/i);
+  await page.close();
+});
+
 test('Special Characters offers 93 characters; the chosen ones are saved as numeric references', async () => {
   const page = await openEditor(env);
   await setContent(page, '<p>a|b</p>');

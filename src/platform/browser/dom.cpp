@@ -759,4 +759,22 @@ void setControlSelection(const val& constDocument, const Element& element) {
   document.set("vellmarControlSelection", record);
 }
 
+void focus(const val& element) {
+  if (element.isNull() || element.isUndefined()) return;
+  if (element["tagName"].as<std::string>() != "IFRAME") {
+    element.call<void>("focus");
+    return;
+  }
+  const val window = element["contentWindow"];
+  if (window.isNull()) return;
+  window.call<void>("focus");
+  const val document = element["contentDocument"];
+  if (document.isNull() || document["designMode"].as<std::string>() != "on") return;
+  // Focusing the body as well makes the frame take keys again; the selection stays as it was,
+  // and so does a format chosen for the next characters typed (setting the selection anew would
+  // drop that).
+  const val body = document["body"];
+  if (!body.isNull()) body.call<void>("focus");
+}
+
 }  // namespace vellmar::browser::dom

@@ -273,4 +273,9 @@ class Document {
 Element controlSelection(const val& document);
 void setControlSelection(const val& document, const Element& element);
 
+// Gives `element` the focus. A frame whose document is in design mode gets it down to its body:
+// given only to the frame from a script after the focus had left it (a dialog closed, a menu
+// chosen), the browser shows the caret but lets nothing typed in.
+void focus(const val& element);
+
 }  // namespace vellmar::browser::dom

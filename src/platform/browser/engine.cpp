@@ -269,7 +269,7 @@ void Engine::setVisualAids(bool on) {
   document_.set("adoptedStyleSheets", sheets);
 }
 
-void Engine::focus() { frame_["contentWindow"].call<void>("focus"); }
+void Engine::focus() { dom::focus(frame_); }
 
 void Engine::caretToStart() {
   caretPending_ = true;

@@ -1,4 +1,5 @@
 #include "platform/browser/menubar_view.h"
+#include "platform/browser/dom.h"
 #include "platform/browser/elements.h"
 
 #include <emscripten/bind.h>
@@ -170,9 +171,9 @@ void MenuBarView::renderButtons() {
     shownButtons_.emplace_back();
   }
 
-  const auto shown = shownButtons();
-  if (std::find(shown.begin(), shown.end(), tabStop_) == shown.end() && !shown.empty()) {
-    tabStop_ = shown.front();
+  const auto visible = shownButtons();
+  if (std::find(visible.begin(), visible.end(), tabStop_) == visible.end() && !visible.empty()) {
+    tabStop_ = visible.front();
   }
   for (MenuId b = 0; b < model_.menuButtonCount(); ++b) {
     const auto* view = model_.button(b);
@@ -249,7 +250,7 @@ void MenuBarView::popupClosed() {
       focusButton(lastOpened_);
     } else if (hadFocus && !focusBefore_.isNull() && !focusBefore_.isUndefined() &&
                focusBefore_["isConnected"].as<bool>()) {
-      focusBefore_.call<void>("focus");
+      dom::focus(focusBefore_);
     }
     focusBefore_ = val::null();
   }

@@ -122,11 +122,10 @@ void ModalDialog::close() {
   // that opened the dialog): the focus then goes to the editor's document.
   if (present(returnFocus_) && returnFocus_["isConnected"].as<bool>() &&
       returnFocus_["tagName"].as<std::string>() != "BODY") {
-    returnFocus_.call<void>("focus");
+    dom::focus(returnFocus_);
   } else {
-    const val frame = dialog_.call<val>("getRootNode").call<val>(
-        "querySelector", std::string("iframe.vellmar-engine-frame"));
-    if (present(frame)) frame.call<void>("focus");
+    dom::focus(dialog_.call<val>("getRootNode").call<val>(
+        "querySelector", std::string("iframe.vellmar-engine-frame")));
   }
   returnFocus_ = val::undefined();
   if (onClosed) {

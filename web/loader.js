@@ -195,9 +195,13 @@
     }
   }
 
+  // The element's content box, which the editor fills and the resize observer watches.
   function size(element) {
     const box = element.getBoundingClientRect();
-    return [box.width, box.height];
+    const style = getComputedStyle(element);
+    const sum = (...names) => names.reduce((total, name) => total + (parseFloat(style[name]) || 0), 0);
+    return [box.width - sum('borderLeftWidth', 'borderRightWidth', 'paddingLeft', 'paddingRight'),
+      box.height - sum('borderTopWidth', 'borderBottomWidth', 'paddingTop', 'paddingBottom')];
   }
 
   // The size each element's editor was last given: the observer's first report after an element

@@ -102,6 +102,22 @@ test('the page\'s own CSS sizes the element over its width and height attributes
   await page.close();
 });
 
+test('padding given to the element lays the editor out again inside it', async () => {
+  const page = await env.newPage();
+  await env.openHtml(page, barePage(`<style>vellmar-editor { display: block; box-sizing: border-box;
+      width: 600px; height: 300px; }</style><vellmar-editor id="v">${params()}</vellmar-editor>`));
+  await loadedCount(page, 1);
+  const before = await boxes(page, '#v');
+  // The element keeps its outer size; the box the editor fills shrinks by 40 pixels each way.
+  await page.evaluate(() => { document.getElementById('v').style.padding = '20px'; });
+  await page.waitForFunction((width) => {
+    const root = document.getElementById('v').shadowRoot;
+    return Math.round(root.querySelector('.vellmar-engine').getBoundingClientRect().width) === width;
+  }, before.engine.width - 40);
+  assert.deepEqual((await boxes(page, '#v')).element, { width: 600, height: 300 });
+  await page.close();
+});
+
 test('a site\'s own CSS reaches neither the editor\'s place in its element nor its bars; its palette does', async () => {
   const page = await env.newPage();
   // What an administration page's style sheet may hold: text settings on the body that every
